@@ -1,0 +1,44 @@
+#ifndef QVDS_BASE_H
+#define QVDS_BASE_H
+
+/*
+ * What every header of the library shares: linkage, and the two callback types that the families
+ * have in common.
+ */
+
+#include <stddef.h>
+#include <stdint.h>
+
+/** Marks what the shared object exports. */
+#define QVDS_API __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+#define QVDS_BEGIN extern "C" {
+#define QVDS_END }
+#else
+#define QVDS_BEGIN
+#define QVDS_END
+#endif
+
+QVDS_BEGIN
+
+/**
+ * Compares a key, or an element about to be added, with an element already stored.
+ *
+ * The first argument is passed through as the caller gave it and may be anything that the callback
+ * understands. Zero means a match. What the sign means, and whether it matters at all, is said by
+ * each family. A compare callback must leave the container as it is.
+ */
+typedef int32_t (*qvds_compare_fn)(const void *key, const void *elem);
+
+/**
+ * Visits one element of a walk. ctx is the caller's own pointer, handed through unchanged.
+ *
+ * A non-zero result stops the walk and is what the walk returns, unless the operation says
+ * otherwise. What the callback may do to the container is said by each operation.
+ */
+typedef int32_t (*qvds_visit_fn)(void *elem, void *ctx);
+
+QVDS_END
+
+#endif

@@ -1,0 +1,15 @@
+#ifndef QVDS_QVDS_H
+#define QVDS_QVDS_H
+
+/* All families at once. Each header also stands alone. */
+
+#include <qvds/base.h>
+
+/* Chains through the caller's records. */
+#include <qvds/fifo.h>
+#include <qvds/fifo2.h>
+#include <qvds/lifo.h>
+#include <qvds/node.h>
+#include <qvds/sloppy.h>
+
+#endif

@@ -1,0 +1,105 @@
+// What the chain families and the hash tables over the caller's buckets share: the link words, and
+// the one walk that every search in a singly linked chain is made of.
+//
+// A header, a bucket slot and an element are interchangeable as predecessor: the word that names
+// the first element and the word that names an element's successor are both the first word of
+// their record. So a walk that unlinks or inserts starts with the header itself as predecessor,
+// writes the predecessor's first word, and has no special case for the first element.
+//
+// The doubly linked queue carries the same idea to the second word: `bottom` of a header lies where
+// `prev` of an element lies, so the header can stand for the neighbour that the first element lacks
+// before it and the last element lacks behind it.
+
+#ifndef QVDS_SRC_CHAINS_CHAIN_HPP
+#define QVDS_SRC_CHAINS_CHAIN_HPP
+
+#include <qvds/node.h>
+
+namespace qvds {
+
+// The one type through which every link word is read and written. The same word may be `top` of a
+// qvds_list to the caller, a `struct job *` inside the caller's record, or an element of an array
+// of pointers; to type-based alias analysis those are different objects, and in a static build with
+// link-time optimisation the compiler sees both sides of the pun. A may_alias type takes these
+// accesses out of that analysis, which costs nothing here: stores to links are what the code is
+// about.
+using link_word [[gnu::may_alias]] = void *;
+
+// A header, a bucket slot or an element: the word that names what follows.
+inline link_word &next_of(void *record) {
+    return *static_cast<link_word *>(record);
+}
+inline void *next_of(const void *record) {
+    return *static_cast<const link_word *>(record);
+}
+
+// An element's word that names what precedes it.
+inline link_word &prev_of(void *record) {
+    return static_cast<link_word *>(record)[1];
+}
+inline void *prev_of(const void *record) {
+    return static_cast<const link_word *>(record)[1];
+}
+
+// A header's two words under their own names. They are the same words.
+inline link_word &top_of(void *header) {
+    return next_of(header);
+}
+inline void *top_of(const void *header) {
+    return next_of(header);
+}
+inline link_word &bottom_of(void *header) {
+    return prev_of(header);
+}
+inline void *bottom_of(const void *header) {
+    return prev_of(header);
+}
+
+// Clears both words of a header or an element.
+inline void clear(void *record) {
+    next_of(record) = nullptr;
+    prev_of(record) = nullptr;
+}
+
+static_assert(offsetof(qvds_node, next) == 0 && offsetof(qvds_list, top) == 0,
+              "next_of serves elements and headers alike");
+static_assert(offsetof(qvds_node, prev) == sizeof(void *) &&
+                  offsetof(qvds_list, bottom) == sizeof(void *),
+              "prev_of serves elements and headers alike");
+
+// A place in a singly linked chain: between predecessor and elem, which is its successor or null.
+struct place {
+    void *predecessor;
+    void *elem;
+};
+
+// The place before the first element for which stop(element) is true, else the end of the chain.
+// The predecessor's link is read once on the way, the element's link only after stop has returned.
+template <class Stop>
+inline place find_place(void *header, Stop stop) {
+    place at{header, next_of(header)};
+    while (at.elem != nullptr && !stop(at.elem)) {
+        at.predecessor = at.elem;
+        at.elem = next_of(at.elem);
+    }
+    return at;
+}
+
+// The place before elem itself, which may be null for the end of the chain.
+inline place find_place_of(void *header, const void *elem) {
+    return find_place(header, [elem](const void *stored) { return stored == elem; });
+}
+
+// The place before the first element that matches key.
+inline place find_match(void *header, const void *key, qvds_compare_fn compare) {
+    return find_place(header, [=](const void *stored) { return compare(key, stored) == 0; });
+}
+
+// The place that keeps an ascending chain ascending: before all that elem is not greater than.
+inline place find_sorted_place(void *header, const void *elem, qvds_compare_fn compare) {
+    return find_place(header, [=](const void *stored) { return compare(elem, stored) <= 0; });
+}
+
+} // namespace qvds
+
+#endif

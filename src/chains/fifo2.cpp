@@ -1,0 +1,116 @@
+// The header closes the chain into a ring: its first word, `top`, lies where an element keeps its
+// `next`, and its second, `bottom`, where an element keeps its `prev`. So wherever a neighbour is
+// missing, the header stands for it, and one pair of stores serves the middle and both ends:
+//
+//      +--> header <--+          next of (predecessor or header) is elem
+//      |              |          prev of (successor or header) is elem
+//     top          bottom
+//
+// The links of the elements never name the header: at the ends they are null (I2).
+
+#include <qvds/fifo2.h>
+
+#include "chain.hpp"
+
+using namespace qvds;
+
+namespace {
+
+// The neighbour, or the header in its place where there is none.
+void *or_header(void *neighbour, qvds_list *fifo) {
+    return neighbour != nullptr ? neighbour : fifo;
+}
+
+} // namespace
+
+void *qvds_fifo2_append(qvds_list *fifo, void *elem) {
+    void *const last = bottom_of(fifo);
+    next_of(elem) = nullptr;
+    prev_of(elem) = last;
+    next_of(or_header(last, fifo)) = elem;
+    bottom_of(fifo) = elem;
+    return elem;
+}
+
+void *qvds_fifo2_push(qvds_list *fifo, void *elem) {
+    void *const first = top_of(fifo);
+    next_of(elem) = first;
+    prev_of(elem) = nullptr;
+    prev_of(or_header(first, fifo)) = elem;
+    top_of(fifo) = elem;
+    return elem;
+}
+
+void *qvds_fifo2_insert(qvds_list *fifo, void *after, void *elem) {
+    if (top_of(fifo) == nullptr || after == nullptr)
+        return qvds_fifo2_push(fifo, elem);
+    void *const successor = next_of(after);
+    prev_of(elem) = after;
+    next_of(elem) = successor;
+    prev_of(or_header(successor, fifo)) = elem;
+    next_of(after) = elem;
+    return elem;
+}
+
+void *qvds_fifo2_insert_sorted(qvds_list *fifo, void *elem, qvds_compare_fn compare) {
+    const place at = find_sorted_place(fifo, elem, compare);
+    link_word &back_link = prev_of(or_header(at.elem, fifo));
+    next_of(elem) = at.elem;
+    prev_of(elem) = back_link;
+    next_of(at.predecessor) = elem;
+    back_link = elem;
+    return elem;
+}
+
+void *qvds_fifo2_pop(qvds_list *fifo) {
+    void *const elem = top_of(fifo);
+    if (elem == nullptr)
+        return nullptr;
+    void *const successor = next_of(elem);
+    top_of(fifo) = successor;
+    prev_of(or_header(successor, fifo)) = nullptr;
+    return elem;
+}
+
+void *qvds_fifo2_pop_tail(qvds_list *fifo) {
+    void *const elem = bottom_of(fifo);
+    if (elem == nullptr)
+        return nullptr;
+    void *const predecessor = prev_of(elem);
+    bottom_of(fifo) = predecessor;
+    next_of(or_header(predecessor, fifo)) = nullptr;
+    return elem;
+}
+
+void *qvds_fifo2_extract(qvds_list *fifo, const void *key, qvds_compare_fn compare) {
+    void *const elem = find_match(fifo, key, compare).elem;
+    return elem != nullptr ? qvds_fifo2_extract_existing(fifo, elem) : nullptr;
+}
+
+void *qvds_fifo2_extract_existing(qvds_list *fifo, void *elem) {
+    void *const predecessor = prev_of(elem);
+    void *const successor = next_of(elem);
+    next_of(or_header(predecessor, fifo)) = successor;
+    prev_of(or_header(successor, fifo)) = predecessor;
+    return elem;
+}
+
+qvds_list *qvds_fifo2_concat(qvds_list *dest, qvds_list *src) {
+    if (void *const first = top_of(src)) {
+        prev_of(first) = bottom_of(dest);
+        next_of(or_header(bottom_of(dest), dest)) = first;
+        bottom_of(dest) = bottom_of(src);
+        clear(src);
+    }
+    return dest;
+}
+
+qvds_list *qvds_fifo2_cut(qvds_list *fifo, qvds_list *out, void *elem) {
+    top_of(out) = elem;
+    bottom_of(out) = bottom_of(fifo);
+    void *const predecessor = prev_of(elem);
+    bottom_of(fifo) = predecessor;
+    next_of(or_header(predecessor, fifo)) = nullptr;
+    prev_of(elem) = nullptr;
+    return out;
+}
