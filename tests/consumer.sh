@@ -1,9 +1,9 @@
 #!/bin/sh
-# usage: consumer.sh BUILD_DIR CC CXX: installs the library, moves the tree, and builds and runs two
-# outside programs against it: in C through pkg-config, in C++ through find_package. The one in C
-# names every exported symbol.
+# usage: consumer.sh BUILD_DIR CC CXX GENERATOR: installs the library, moves the tree, and builds and
+# runs two outside programs against it: in C through pkg-config, in C++ through find_package. The one
+# in C names every exported symbol.
 set -eu
-build=$1 cc=$2 cxx=$3
+build=$1 cc=$2 cxx=$3 generator=$4
 tests=$(cd "$(dirname "$0")" && pwd)
 work=$build/consumer
 rm -rf "$work"
@@ -22,7 +22,7 @@ export PKG_CONFIG_PATH
     "$tests/consumer/main.c" $(pkg-config --libs qvds) -o "$work/from_c"
 LD_LIBRARY_PATH=$library "$work/from_c"
 
-cmake -S "$tests/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
+cmake -G "$generator" -S "$tests/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_CXX_COMPILER="$cxx" >"$work/cmake.log"
 cmake --build "$work/cmake" >>"$work/cmake.log"
 "$work/cmake/from_cpp"
