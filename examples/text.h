@@ -7,6 +7,7 @@
 
 #include <ctype.h>
 #include <errno.h>
+#include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -70,6 +71,14 @@ static inline int next_word(struct text text, size_t *at, struct word *word) {
     word->start = bytes + start;
     word->length = i - start;
     return word->length > 0;
+}
+
+/* FNV-1a: every byte and its place count. */
+static inline size_t hash_word(const struct word *word) {
+    uint64_t hash = 14695981039346656037u;
+    for (size_t i = 0; i < word->length; ++i)
+        hash = (hash ^ (unsigned char)word->start[i]) * 1099511628211u;
+    return (size_t)(hash ^ hash >> 32);
 }
 
 static inline int same_word(const struct word *a, const struct word *b) {

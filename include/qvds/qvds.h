@@ -12,4 +12,11 @@
 #include <qvds/node.h>
 #include <qvds/sloppy.h>
 
+/* Hash tables over the caller's buckets. */
+#include <qvds/hash.h>
+#include <qvds/hash2.h>
+
+/* Block ring. */
+#include <qvds/qvcq.h>
+
 #endif
