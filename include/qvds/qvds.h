@@ -16,6 +16,10 @@
 #include <qvds/hash.h>
 #include <qvds/hash2.h>
 
+/* By rank and by time. */
+#include <qvds/cq.h>
+#include <qvds/heap.h>
+
 /* Block ring. */
 #include <qvds/qvcq.h>
 
