@@ -23,4 +23,7 @@
 /* Block ring. */
 #include <qvds/qvcq.h>
 
+/* Ordered trees. */
+#include <qvds/aa.h>
+
 #endif
