@@ -20,6 +20,11 @@
 #include <qvds/cq.h>
 #include <qvds/heap.h>
 
+/* Containers that allocate their own links and stay valid while they are walked. */
+#include <qvds/key_functions.h>
+#include <qvds/keyed_hash.h>
+#include <qvds/list.h>
+
 /* Block ring. */
 #include <qvds/qvcq.h>
 
