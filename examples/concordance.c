@@ -26,13 +26,6 @@ struct range {
     size_t printed;
 };
 
-/* Negative, zero or positive: a before, equal to or after b. */
-static int compare_words(const struct word *a, const struct word *b) {
-    const size_t common = a->length < b->length ? a->length : b->length;
-    const int order = memcmp(a->start, b->start, common);
-    return order != 0 ? order : (a->length > b->length) - (a->length < b->length);
-}
-
 /* The tree takes -1 and 1 alone for an order. */
 static int32_t compare_entries(const void *key, const void *stored) {
     const int order =

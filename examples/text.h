@@ -85,4 +85,11 @@ static inline int same_word(const struct word *a, const struct word *b) {
     return a->length == b->length && memcmp(a->start, b->start, a->length) == 0;
 }
 
+/* Negative, zero or positive: a before, equal to or after b. */
+static inline int compare_words(const struct word *a, const struct word *b) {
+    const size_t common = a->length < b->length ? a->length : b->length;
+    const int order = memcmp(a->start, b->start, common);
+    return order != 0 ? order : (a->length > b->length) - (a->length < b->length);
+}
+
 #endif

@@ -30,5 +30,6 @@
 
 /* Ordered trees. */
 #include <qvds/aa.h>
+#include <qvds/qv_tree.h>
 
 #endif
