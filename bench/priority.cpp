@@ -1,0 +1,276 @@
+// Heaps and the calendar queue. Every queue holds pointers to records and hands out first what is
+// due first. Keys are times, and times wrap around.
+#include "data.hpp"
+#include "textbook_heap.hpp"
+
+#include <qvds/cq.h>
+#include <qvds/heap.h>
+
+#include <bit>
+#include <boost/heap/d_ary_heap.hpp>
+#include <boost/heap/pairing_heap.hpp>
+#include <ext/pb_ds/priority_queue.hpp>
+#include <queue>
+
+using namespace bench;
+
+namespace {
+
+int32_t time_between(const payload &a, const payload &b) {
+    return static_cast<int32_t>(a.key - b.key);
+}
+struct later {
+    bool operator()(const payload *a, const payload *b) const { return time_between(*a, *b) > 0; }
+};
+
+// --- Queues with `push`, `pop` and `top`, and some with `cancel`. n is the most they will hold.
+
+struct no_hook {};
+
+struct heap : ours<"qvds_heap"> {
+    using record = bench::record<no_hook>;
+    std::vector<void *> slots;
+    qvds_heap queue;
+
+    explicit heap(size_t n) : slots(n + 1) {
+        qvds_heap_init(&queue, slots.data(), compare, nullptr, static_cast<uint32_t>(n));
+    }
+    static int32_t compare(const void *a, const void *b) {
+        return time_between(*static_cast<const record *>(b), *static_cast<const record *>(a));
+    }
+    void push(record &r) { qvds_heap_insert(&queue, &r); }
+    record *pop() { return static_cast<record *>(qvds_heap_remove_top(&queue)); }
+};
+
+struct index_hook {
+    size_t index;
+};
+
+template <bool tracks>
+struct callback_heap : called<"textbook heap"> {
+    using record = bench::record<index_hook>;
+    textbook::heap queue;
+
+    explicit callback_heap(size_t) { textbook::init(&queue, compare, tracks ? moved : nullptr); }
+    ~callback_heap() { textbook::destroy(&queue); }
+    static int compare(const void *a, const void *b) {
+        return time_between(*static_cast<const record *>(a), *static_cast<const record *>(b));
+    }
+    static void moved(void *item, size_t index) { static_cast<record *>(item)->index = index; }
+    void push(record &r) { textbook::push(&queue, &r); }
+    record *top() const { return static_cast<record *>(textbook::top(&queue)); }
+    record *pop() { return static_cast<record *>(textbook::pop(&queue)); }
+    void cancel(record &r) { textbook::remove(&queue, r.index); }
+};
+
+template <literal text, class Queue>
+struct inlined_queue : inlined<text> {
+    using record = bench::record<no_hook>;
+    Queue queue;
+
+    explicit inlined_queue(size_t) {}
+    void push(record &r) { queue.push(&r); }
+    record *top() const { return static_cast<record *>(queue.top()); }
+    record *pop() {
+        record *const r = top();
+        queue.pop();
+        return r;
+    }
+};
+using std_queue = inlined_queue<"std::priority_queue",
+                                std::priority_queue<payload *, std::vector<payload *>, later>>;
+using boost_d_ary =
+    inlined_queue<"Boost d_ary_heap<4>", boost::heap::d_ary_heap<payload *, boost::heap::arity<4>,
+                                                                 boost::heap::compare<later>>>;
+
+// Queues from whose middle an element can be taken: each hands out a handle.
+template <literal text, class Queue, class Handle>
+struct handle_queue : inlined<text> {
+    struct hook {
+        Handle at;
+    };
+    using record = bench::record<hook>;
+    Queue queue;
+
+    explicit handle_queue(size_t) {}
+    void push(record &r) { r.at = queue.push(&r); }
+    void cancel(record &r) { queue.erase(r.at); }
+};
+using boost_heap = boost::heap::pairing_heap<payload *, boost::heap::compare<later>>;
+using boost_pairing = handle_queue<"Boost pairing_heap", boost_heap, boost_heap::handle_type>;
+using pb_ds_heap = __gnu_pbds::priority_queue<payload *, later, __gnu_pbds::pairing_heap_tag>;
+using pb_ds_pairing = handle_queue<"pb_ds pairing_heap", pb_ds_heap, pb_ds_heap::point_iterator>;
+
+// --- Timers: `file` and `advance`, which fires all that is due by `now`.
+
+constexpr uint32_t tick = 4; // and a calendar's day
+
+template <class Queue>
+struct queue_timers : Queue {
+    using record = typename Queue::record;
+    using Queue::Queue;
+    void file(record &r) { this->push(r); }
+    template <class Fire>
+    void advance(uint32_t now, Fire &fire) {
+        while (static_cast<int32_t>(this->top()->key - now) <= 0) {
+            record &r = *this->pop();
+            fire(r, r.key);
+            this->push(r);
+        }
+    }
+};
+
+struct calendar : ours<"qvds_cq"> {
+    using record = bench::record<qvds_cq_entry>;
+    std::vector<qvds_cq_entry *> buckets;
+    qvds_cq queue;
+
+    // Delays are below 2 * n + 2 * tick: with that, they fit one revolution.
+    explicit calendar(size_t n) : buckets(std::bit_ceil(2 * n / tick + 3)) {
+        qvds_cq_init(&queue, buckets.data(), static_cast<uint32_t>(buckets.size()), tick);
+    }
+    void file(record &r) {
+        r.expires = r.key;
+        qvds_cq_insert(&queue, &r);
+    }
+    template <class Fire>
+    void advance(uint32_t now, Fire &fire) {
+        struct context {
+            Fire &fire;
+            qvds_cq &queue;
+        } ctx{fire, queue};
+        const auto fired = [](void *elem, void *with) {
+            const context &c = *static_cast<context *>(with);
+            record &r = *static_cast<record *>(elem);
+            c.fire(r, r.expires);
+            qvds_cq_insert(&c.queue, &r);
+            return 0;
+        };
+        qvds_cq_iterate_expired(&queue, now / tick & static_cast<uint32_t>(buckets.size() - 1), now,
+                                fired, &ctx);
+    }
+    void push(record &r) { file(r); }
+    void cancel(record &r) { qvds_cq_delete(&queue, &r); }
+};
+
+// --- Trials.
+
+template <class C>
+struct queues {
+    size_t ops;
+    std::vector<pool<typename C::record>> pools;
+    std::vector<std::unique_ptr<C>> made;
+
+    explicit queues(const instance &at)
+        : ops(at.n), pools(per_set(at, [&](uint64_t set) {
+              return keyed_pool<typename C::record>(at.n, set);
+          })) {
+        for (size_t set = 0; set < at.sets; ++set)
+            made.push_back(std::make_unique<C>(at.n));
+    }
+    void push_all(size_t set) {
+        for (auto *r : pools[set])
+            made[set]->push(*r);
+    }
+};
+
+template <class C>
+struct pop : queues<C> {
+    using queues<C>::queues;
+    void prepare(size_t set) { this->push_all(set); }
+    uint64_t work(size_t set) {
+        uint64_t sum = 0;
+        for (size_t left = this->ops; left > 0; --left)
+            fold(sum, this->made[set]->pop()->key);
+        return sum;
+    }
+};
+
+// The first is taken, gets a later time and goes back.
+template <class C>
+struct hold : queues<C> {
+    std::vector<uint32_t> delays;
+
+    explicit hold(const instance &at) : queues<C>(at), delays(queries(at, 3)) {
+        for (uint32_t &delay : delays)
+            delay *= 512; // as far apart as the keys are
+        this->ops = delays.size();
+        for (size_t set = 0; set < at.sets; ++set)
+            this->push_all(set);
+    }
+    uint64_t work(size_t set) {
+        uint64_t sum = 0;
+        C &queue = *this->made[set];
+        for (const uint32_t delay : delays) {
+            auto *const r = queue.pop();
+            fold(sum, r->key);
+            r->key += delay;
+            queue.push(*r);
+        }
+        return sum;
+    }
+};
+
+// Time goes on by ticks; what is due fires and is filed again, with a delay that depends on the
+// record and its time alone, as the order within a tick is the queue's affair.
+template <class C>
+struct timers : queues<C> {
+    size_t n, ticks;
+    std::vector<uint32_t> clocks;
+
+    explicit timers(const instance &at)
+        : queues<C>(at), n(at.n), ticks(queries(at, 0).size() / tick), clocks(at.sets) {
+        for (size_t set = 0; set < at.sets; ++set)
+            for (size_t i = 0; i < n; ++i) {
+                auto &r = this->pools[set][i];
+                r.key = 2 * tick + static_cast<uint32_t>(2 * i);
+                this->made[set]->file(r);
+            }
+    }
+    uint64_t work(size_t set) {
+        uint64_t sum = 0;
+        size_t fired = 0;
+        const auto fire = [&](const payload &r, uint32_t &due) {
+            const uint64_t mixed = (r.serial ^ uint64_t{due} << 20) * 0x9e3779b97f4a7c15;
+            sum += mixed;
+            ++fired;
+            due += tick + static_cast<uint32_t>((mixed >> 32) * (2 * n) >> 32);
+        };
+        for (size_t t = 0; t < ticks; ++t, clocks[set] += tick)
+            this->made[set]->advance(clocks[set] + tick - 1, fire);
+        this->ops = fired;
+        return sum;
+    }
+};
+
+template <class C>
+struct cancel : queues<C> {
+    std::vector<std::vector<typename C::record *>> order;
+
+    explicit cancel(const instance &at)
+        : queues<C>(at), order(per_set(at, [&](uint64_t set) {
+              return this->pools[set].chosen(shuffled(at.n, set + 9));
+          })) {}
+    void prepare(size_t set) { this->push_all(set); }
+    template <int shift>
+    uint64_t work(size_t set) {
+        pad<shift>();
+        for (auto *r : order[set])
+            this->made[set]->cancel(*r);
+        return 0;
+    }
+};
+
+const rows queues_by_priority = {
+    {"heap/pop", sizes({0.55, 0.75}, {0.52, 0.95}, {0.80, 1.1}),
+     enter<pop, heap, callback_heap<false>, std_queue, boost_d_ary>},
+    {"heap/hold", sizes({0.95, 1.45}, {0.70, 0.95}, {0.75, 1.0}),
+     enter<hold, heap, callback_heap<false>, std_queue, boost_d_ary>},
+    {"cq/hold", sizes({0.11, 0.17}, {0.10, 0.18}, {0.12, 0.33}),
+     enter<timers, calendar, queue_timers<callback_heap<false>>, queue_timers<std_queue>,
+           queue_timers<boost_d_ary>>},
+    {"cq/cancel", sizes({0.04, 0.36}, {0.04, 0.22}, {0.04, 0}),
+     enter<cancel, calendar, callback_heap<true>, boost_pairing, pb_ds_pairing>},
+};
+
+} // namespace
