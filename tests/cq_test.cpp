@@ -16,24 +16,24 @@ struct Calendar {
     bool holds(const Entry &e) { return std::count(day_of(e).begin(), day_of(e).end(), &e) == 1; }
     void file(Entry &entry, uint32_t expires) {
         entry.expires = expires;
-        entry.user = &entry;
+        entry.user = this;
         day_of(entry).push_front(&entry);
         qvds_cq_insert(&cq, &entry);
     }
     void expect_out(Entry &entry) {
         EXPECT_EQ(std::erase(day_of(entry), &entry), 1);
-        EXPECT_TRUE(entry.next == nullptr && entry.prev == nullptr && entry.user == &entry);
+        EXPECT_TRUE(entry.next == nullptr && entry.prev == nullptr && entry.user == this);
         EXPECT_EQ(fault(), "");
     }
+    // What the walk fires next.
     Entry *next_due() {
-        while (!ahead.empty()) {
-            Entry *const entry = ahead.front();
+        Entry *entry = nullptr;
+        while (!ahead.empty() && (entry == nullptr || entry->expires > now)) {
+            entry = ahead.front();
             ahead.pop_front();
             ++scanned;
-            if (entry->expires <= now)
-                return entry;
         }
-        return nullptr;
+        return entry != nullptr && entry->expires <= now ? entry : nullptr;
     }
     // Names the invariant that is broken, or nothing.
     std::string fault() const {
@@ -46,10 +46,10 @@ struct Calendar {
                 if (entry->prev != prev)
                     return "I2";
                 prev = std::exchange(entry, entry->next);
-                ++count;
             }
             if (entry != nullptr)
                 return "I2";
+            count += days[bucket].size();
         }
         return cq.count == count ? "" : "I3";
     }
@@ -57,10 +57,10 @@ struct Calendar {
     test::Random &random;
     std::vector<Entry *> buckets;
     std::vector<std::deque<Entry *>> days;
-    std::vector<Entry> entries;
-    qvds_cq cq;
-    std::deque<Entry *> ahead;
-    uint32_t now, scanned, expired;
+    std::vector<Entry> entries = std::vector<Entry>(20);
+    qvds_cq cq{};
+    std::deque<Entry *> ahead{};
+    uint32_t now = 0, scanned = 0, expired = 0;
 };
 
 // Files the entry again, or wipes it as if it were released, and cancels others.
@@ -90,15 +90,7 @@ void run(test::Random &random, uint32_t size, uint32_t width) {
     const auto time = [&] {
         return (random.one_in(3) ? UINT32_MAX - 99 : 0) + static_cast<uint32_t>(random.below(100));
     };
-    Calendar calendar{random,
-                      std::vector<Entry *>(size),
-                      std::vector<std::deque<Entry *>>(size),
-                      std::vector<Entry>(20),
-                      {},
-                      {},
-                      0,
-                      0,
-                      0};
+    Calendar calendar{random, std::vector<Entry *>(size), std::vector<std::deque<Entry *>>(size)};
     qvds_cq &cq = calendar.cq;
     std::memset(&cq, 0xff, sizeof cq);
     qvds_cq_init(&cq, calendar.buckets.data(), size, width);
