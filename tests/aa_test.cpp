@@ -1,12 +1,10 @@
-// The AA tree beside a plain rendering of its steps.
+// The AA tree beside its steps in their plainest form.
 
 #include <qvds/aa.h>
 
 #include <algorithm>
 #include <array>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "support.hpp"
 
@@ -15,13 +13,13 @@ namespace {
 struct Record {
     AA_node node;
     int key;
+    bool stored;
 };
+std::string calls; // what the callbacks were given
 
 int key_of(const void *node) {
     return static_cast<const Record *>(node)->key;
 }
-
-std::string calls;
 
 // Matches with -2, 0 or 2: nothing but -1 and 1 may lead on.
 int32_t compare(const void *key, const void *elem) {
@@ -30,218 +28,191 @@ int32_t compare(const void *key, const void *elem) {
     return a < b ? -1 : a > b ? 1 : a % 3 * 2 - 2;
 }
 
+size_t level_of(const AA_node *node) {
+    return node != nullptr ? node->level : 0;
+}
+
 // Key and level of each node, parents before children.
-std::string picture(const AA_node *node) {
-    return node == nullptr ? "."
-                           : std::to_string(key_of(node)) + "@" + std::to_string(node->level) +
-                                 picture(node->left) + picture(node->right);
-}
-
-AA_node *skew(AA_node *node) {
-    AA_node *const left = node != nullptr ? node->left : nullptr;
-    if (left == nullptr || left->level != node->level)
-        return node;
-    node->left = std::exchange(left->right, node);
-    return left;
-}
-
-AA_node *split(AA_node *node) {
-    AA_node *const right = node != nullptr ? node->right : nullptr;
-    if (right == nullptr || right->right == nullptr || right->right->level != node->level)
-        return node;
-    node->right = std::exchange(right->left, node);
-    ++right->level;
-    return right;
-}
-
-AA_node *plain_insert(AA_node *root, void *node, qvds_compare_fn order_of, AA_node **dup) {
-    *static_cast<AA_node *>(node) = {1, nullptr, nullptr};
-    *dup = root;
-    if (root == nullptr)
-        return static_cast<AA_node *>(node);
-    const int32_t order = order_of(node, root);
-    if (order != -1 && order != 1)
-        return nullptr;
-    AA_node *&child = order == -1 ? root->left : root->right;
-    AA_node *const inserted = plain_insert(child, node, order_of, dup);
-    if (inserted == nullptr)
-        return nullptr;
-    child = inserted;
-    return split(skew(root));
-}
-
-AA_node *plain_delete(AA_node *root, const void *key, qvds_compare_fn order_of, AA_node **out) {
-    *out = root;
-    if (root == nullptr)
-        return nullptr;
-    AA_node *top = root;
-    const int32_t order = order_of(key, root);
-    if (order == -1 || order == 1) {
-        AA_node *&child = order == -1 ? root->left : root->right;
-        child = plain_delete(child, key, order_of, out);
-    } else {
-        AA_node *&child = root->left != nullptr ? root->left : root->right;
-        void *const neighbour = root->left != nullptr ? AA_last(child) : AA_first(child);
-        if (neighbour == nullptr)
-            return nullptr;
-        child = plain_delete(child, neighbour, order_of, &top);
-        *top = {root->level, root->left, root->right};
-        root->left = root->right = nullptr;
-    }
-    size_t lowest = SIZE_MAX;
-    for (const AA_node *const child : {top->left, top->right})
-        lowest = std::min(lowest, child != nullptr ? child->level : SIZE_MAX);
-    const size_t level = lowest == SIZE_MAX ? 1 : lowest + 1;
-    if (level < top->level) {
-        top->level = level;
-        if (top->right != nullptr)
-            top->right->level = std::min(top->right->level, level);
-    }
-    top = skew(top);
-    top->right = skew(top->right);
-    if (top->right != nullptr)
-        top->right->right = skew(top->right->right);
-    top = split(top);
-    top->right = split(top->right);
-    return top;
-}
-
-struct Tree {
-    decltype(&AA_insert) insert;
-    decltype(&AA_delete) remove;
-    std::vector<Record> records{};
-    AA_node *root = nullptr;
-};
-
-Tree tree_for(size_t n, bool of_library) {
-    Tree tree{of_library ? AA_insert : plain_insert, of_library ? AA_delete : plain_delete};
-    for (size_t i = 0; i < n; ++i)
-        tree.records.push_back({{9, nullptr, nullptr}, static_cast<int>(i)});
-    return tree;
-}
-
-// Inserts or deletes a key, and tells all that can be seen of it: the calls of compare, the result,
-// the tree, and the header of a node that is not in it.
-std::string step(Tree &tree, bool inserting, size_t key) {
-    Record probe{{9, &probe.node, &probe.node}, static_cast<int>(key)};
-    Record *const record = &tree.records[key];
-    const bool stored = AA_find(tree.root, &probe, compare) == record;
-    AA_node *found = &probe.node;
-    calls.clear();
-    AA_node *const root = inserting
-                              ? tree.insert(tree.root, stored ? &probe : record, compare, &found)
-                              : tree.remove(tree.root, &probe, compare, &found);
-    if (!inserting || root != nullptr)
-        tree.root = root;
-    EXPECT_EQ(found, stored ? &record->node : nullptr);
-    std::string seen = calls + picture(root) + picture(tree.root);
-    return stored ? seen + picture(inserting ? &probe.node : &record->node) : seen;
+std::string picture(const AA_node *t) {
+    return t == nullptr ? "."
+                        : std::to_string(key_of(t)) + "@" + std::to_string(t->level) +
+                              picture(t->left) + picture(t->right);
 }
 
 // Names the first invariant that does not hold in a tree made by insertions, or nothing.
-std::string broken(const AA_node *node, const AA_node *&last) {
-    if (node == nullptr)
+std::string fault(const AA_node *t, int above = -1, int below = 1000) {
+    if (t == nullptr)
         return "";
-    const AA_node *const l = node->left, *const r = node->right;
-    if (std::string below = broken(l, last); !below.empty())
-        return below;
-    if (last != nullptr && compare(node, last) != 1)
-        return "I1";
-    last = node;
-    const size_t level = node->level;
-    const char *const fault = l != nullptr && l->level + 1 != level                        ? "I2a"
-                              : r != nullptr && r->level != level && r->level + 1 != level ? "I2b"
-                              : r != nullptr && r->right != nullptr && r->right->level >= level
-                                  ? "I2c"
-                              : (l == nullptr || r == nullptr) && level != 1 ? "I2d"
-                                                                             : "";
-    return *fault != '\0' ? fault : broken(r, last);
+    const size_t level = t->level, left = level_of(t->left), right = level_of(t->right);
+    return key_of(t) <= above || key_of(t) >= below ? "I1"
+           : left + 1 != level                      ? "I2a, d"
+           : right != level && right + 1 != level   ? "I2b, d"
+           : right != 0 && level_of(t->right->right) >= level
+               ? "I2c"
+               : fault(t->left, above, key_of(t)) + fault(t->right, key_of(t), below);
 }
 
-std::string broken(const AA_node *root) {
-    const AA_node *last = nullptr;
-    return broken(root, last);
+void skew(AA_node *&t) {
+    if (t != nullptr && level_of(t->left) == t->level)
+        t = std::exchange(t->left, std::exchange(t->left->right, t));
 }
 
-TEST(AaTree, FollowsTheLevelRulesUnlessAnInvariantIsBroken) {
-    const auto broken_by = [](auto change) {
-        Tree tree = tree_for(8, true);
-        for (size_t key = 1; key < 8; ++key)
-            step(tree, true, key);
-        change(tree.records);
-        return broken(tree.root);
-    };
-    EXPECT_EQ(broken_by([](auto &) {}), "");
-    EXPECT_EQ(broken_by([](auto &record) { std::swap(record[3].key, record[4].key); }), "I1");
-    EXPECT_EQ(broken_by([](auto &record) { record[2].node.level = 3; }), "I2a");
-    EXPECT_EQ(broken_by([](auto &record) { record[7].node.level = 0; }), "I2b");
-    EXPECT_EQ(broken_by([](auto &record) { record[7].node.level = 3; }), "I2c");
-    EXPECT_EQ(broken_by([](auto &record) { record[6].node.right = nullptr; }), "I2d");
+void split(AA_node *&t) {
+    if (t == nullptr || t->right == nullptr || level_of(t->right->right) != t->level)
+        return;
+    t = std::exchange(t->right, std::exchange(t->right->left, t));
+    ++t->level;
+}
+
+void insert(AA_node *&t, AA_node *node) {
+    if (t == nullptr) {
+        *(t = node) = {1, nullptr, nullptr};
+        return;
+    }
+    insert(compare(node, t) == -1 ? t->left : t->right, node);
+    skew(t);
+    split(t);
+}
+
+void remove(AA_node *&t, const void *key) {
+    if (t == nullptr)
+        return;
+    const int32_t order = compare(key, t);
+    const bool match = order != -1 && order != 1;
+    AA_node *&child = order == -1 || (match && t->left != nullptr) ? t->left : t->right;
+    auto *const heir = static_cast<AA_node *>(t->left ? AA_last(child) : AA_first(child));
+    remove(child, match ? heir : key);
+    if (match && heir != nullptr)
+        *heir = *t;
+    if (match)
+        t = heir;
+    if (t == nullptr)
+        return;
+    // One above the lower child; a child that is missing, less 1, is above all others.
+    const size_t level = std::min(level_of(t->left) - 1, level_of(t->right) - 1) + 2;
+    if (level < t->level && t->right != nullptr)
+        t->right->level = std::min(t->right->level, level);
+    t->level = std::min(t->level, level);
+    skew(t);
+    skew(t->right);
+    if (t->right != nullptr)
+        skew(t->right->right);
+    split(t);
+    split(t->right);
+}
+
+// The library's tree beside the plain one.
+struct Driver {
+    explicit Driver(int size) {
+        for (int key = 0; key != size; ++key)
+            ours.push_back({{9, nullptr, nullptr}, key, false});
+        plain = ours;
+    }
+    std::vector<Record> ours, plain;
+    AA_node *root = nullptr, *plain_root = nullptr;
+
+    void step(bool inserting, size_t key) {
+        Record &record = ours[key];
+        Record probe{{9, &probe.node, &probe.node}, record.key, false};
+        AA_node *found = &probe.node;
+        calls.clear();
+        ASSERT_EQ(AA_find(root, &probe, compare), record.stored ? &record : nullptr);
+        std::string expected = std::exchange(calls, "");
+        if (inserting && record.stored) {
+            ASSERT_EQ(AA_insert(root, &probe, compare, &found), nullptr);
+            ASSERT_EQ(picture(&probe.node), std::to_string(key) + "@1..");
+        } else if (inserting) {
+            insert(plain_root, &plain[key].node);
+            expected = std::exchange(calls, "");
+            record.node = probe.node;
+            root = AA_insert(root, &record, compare, &found);
+        } else {
+            remove(plain_root, &probe);
+            expected = std::exchange(calls, "");
+            root = AA_delete(root, &probe, compare, &found);
+            ASSERT_TRUE(!record.node.left && !record.node.right);
+        }
+        ASSERT_EQ(calls, expected);
+        ASSERT_EQ(found, record.stored ? &record.node : nullptr);
+        ASSERT_EQ(picture(root), picture(plain_root));
+        record.stored = inserting;
+    }
+
+    // Walks in order as far as the node that stops it, if it is there.
+    void walk(Record *last) {
+        std::string expected;
+        for (const Record &record : ours)
+            if (record.stored && (&record <= last || !last->stored))
+                expected += std::to_string(record.key) + " ";
+        calls.clear();
+        const auto visit = [](void *node, void *stop) {
+            calls += std::to_string(key_of(node)) + " ";
+            return node == stop ? INT32_MIN : 0;
+        };
+        ASSERT_EQ(AA_iterate(root, visit, last), last->stored ? last : nullptr);
+        ASSERT_EQ(calls, expected);
+    }
+};
+
+TEST(AaTree, PredicateSeesBrokenInvariants) {
+    Driver driver(8);
+    for (const size_t key : {1, 2, 3, 4, 5, 6, 7})
+        driver.step(true, key);
+    EXPECT_EQ(fault(driver.root), "");
+    driver.ours[7].node.level = 3;
+    EXPECT_EQ(fault(driver.root), "I2c");
+    driver.ours[6].node.level = 0;
+    EXPECT_EQ(fault(driver.root), "I2b, d");
+    driver.ours[2].node.level = 3;
+    EXPECT_EQ(fault(driver.root), "I2a, d");
+    driver.ours[4].key = -1;
+    EXPECT_EQ(fault(driver.root), "I1");
 }
 
 TEST(AaTree, HasTheShapeOfThePlainStepsInAllOrdersOfFive) {
     std::array<size_t, 5> in{0, 1, 2, 3, 4}, out = in;
     do {
         do {
-            Tree ours = tree_for(5, true), plain = tree_for(5, false);
+            Driver driver(5);
             for (const size_t key : in)
-                ASSERT_EQ(step(ours, true, key), step(plain, true, key));
-            ASSERT_EQ(broken(ours.root), "");
+                driver.step(true, key);
+            ASSERT_EQ(fault(driver.root), "");
             for (const size_t key : out)
-                ASSERT_EQ(step(ours, false, key), step(plain, false, key));
+                driver.step(false, key);
         } while (std::next_permutation(out.begin(), out.end()));
     } while (std::next_permutation(in.begin(), in.end()));
 }
 
 TEST(AaTree, HasTheShapeOfThePlainStepsAfterMixedSteps) {
     test::for_each_seed([](test::Random &random) {
-        Tree ours = tree_for(90, true), plain = tree_for(90, false);
+        Driver driver(90);
         for (size_t i = 0; i < 2000; ++i) {
-            const bool inserting = random.below(10) < (i / 500 % 2 == 0 ? 6u : 4u);
-            const size_t key = random.below(90);
-            ASSERT_EQ(step(ours, inserting, key), step(plain, inserting, key));
+            driver.step(random.below(10) < (i / 500 % 2 == 0 ? 6u : 4u), random.below(90));
+            if (random.one_in(20))
+                driver.walk(&driver.ours[random.below(90)]);
         }
+        const auto stop_at_once = [](void *, void *) -> int32_t { return 1; };
+        EXPECT_EQ(AA_first(driver.root), AA_iterate(driver.root, stop_at_once, nullptr));
+        AA_node *const copy = AA_dup(driver.root, sizeof(Record) - sizeof(AA_node));
+        EXPECT_EQ(picture(copy), picture(driver.root));
+        AA_free(copy);
     });
 }
 
 TEST(AaTree, TakesNullWhereItSaysSo) {
-    Record record{{9, nullptr, nullptr}, 1}, twin = record;
-    AA_node *const root = &record.node, *out = root;
+    Record record{{9, nullptr, nullptr}, 1, false}, twin = record;
+    AA_node *const root = &record.node, *inserted = root, *deleted = root;
     EXPECT_EQ(AA_insert(nullptr, &record, compare, nullptr), root);
     EXPECT_EQ(AA_insert(root, &twin, compare, nullptr), nullptr);
-    EXPECT_EQ(AA_insert(nullptr, nullptr, compare, &out), nullptr);
-    EXPECT_EQ(out, nullptr);
-    out = root;
-    EXPECT_EQ(AA_delete(root, nullptr, compare, &out), root);
-    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(AA_insert(nullptr, nullptr, compare, &inserted), nullptr);
+    EXPECT_EQ(AA_delete(root, nullptr, compare, &deleted), root);
     EXPECT_EQ(AA_delete(root, nullptr, compare, nullptr), root);
+    EXPECT_TRUE(inserted == nullptr && deleted == nullptr);
     EXPECT_EQ(AA_find(root, nullptr, compare), nullptr);
     EXPECT_TRUE(AA_first(nullptr) == nullptr && AA_last(nullptr) == nullptr);
     EXPECT_EQ(AA_iterate(root, nullptr, nullptr), nullptr);
     EXPECT_EQ(AA_dup(nullptr, 8), nullptr);
     AA_free(nullptr);
-}
-
-TEST(AaTree, CopiesAllAndWalksInOrderToWhereItIsTold) {
-    Tree tree = tree_for(100, true);
-    for (size_t i = 0; i < 100; ++i)
-        step(tree, true, i * 37 % 100);
-    AA_node *const copy = AA_dup(tree.root, sizeof(Record) - sizeof(AA_node));
-    EXPECT_EQ(picture(copy), picture(tree.root));
-    AA_free(copy);
-    for (int last = 0; last <= 100; ++last) {
-        std::pair<int, int> walk{0, last}; // the next key, and the one to stop at
-        void *const stopped = AA_iterate(
-            tree.root,
-            [](void *node, void *ctx) -> int32_t {
-                auto &[next, stop_at] = *static_cast<std::pair<int, int> *>(ctx);
-                EXPECT_EQ(key_of(node), next);
-                return next++ == stop_at ? INT32_MIN : 0;
-            },
-            &walk);
-        EXPECT_EQ(walk.first, std::min(last + 1, 100));
-        EXPECT_EQ(stopped, last < 100 ? &tree.records[static_cast<size_t>(last)] : nullptr);
-    }
 }
 
 } // namespace
