@@ -2,26 +2,22 @@
 
 #include <cerrno>
 
-namespace {
+static size_t live = 0;
 
-size_t countdown = 0; // allocations until the one that fails; 0 for none
-size_t live = 0;
-size_t total = 0;
-
-bool must_fail() {
-    if (countdown == 0 || --countdown != 0)
-        return false;
-    errno = ENOMEM;
-    return true;
+size_t test::live_blocks() {
+    return live;
 }
 
-void *counted(void *block) {
+template <class Allocate>
+static void *unless_failing(Allocate allocate) {
+    size_t &countdown = test::FailingAlloc::countdown;
+    const bool fails = countdown != 0 && --countdown == 0;
+    if (fails)
+        errno = ENOMEM;
+    void *const block = fails ? nullptr : allocate();
     live += block != nullptr;
-    total += block != nullptr;
     return block;
 }
-
-} // namespace
 
 extern "C" {
 
@@ -30,11 +26,11 @@ void *__real_calloc(size_t count, size_t size);
 void __real_free(void *block);
 
 void *__wrap_malloc(size_t size) {
-    return must_fail() ? nullptr : counted(__real_malloc(size));
+    return unless_failing([=] { return __real_malloc(size); });
 }
 
 void *__wrap_calloc(size_t count, size_t size) {
-    return must_fail() ? nullptr : counted(__real_calloc(count, size));
+    return unless_failing([=] { return __real_calloc(count, size); });
 }
 
 void __wrap_free(void *block) {
@@ -42,27 +38,3 @@ void __wrap_free(void *block) {
     __real_free(block);
 }
 }
-
-namespace test {
-
-FailingAlloc::FailingAlloc(size_t n) {
-    countdown = n;
-}
-
-FailingAlloc::~FailingAlloc() {
-    countdown = 0;
-}
-
-bool FailingAlloc::failed() const {
-    return countdown == 0;
-}
-
-size_t live_blocks() {
-    return live;
-}
-
-size_t allocations() {
-    return total;
-}
-
-} // namespace test

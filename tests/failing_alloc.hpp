@@ -1,7 +1,7 @@
 // An allocator that fails on demand, for the families that allocate.
 //
-// The test-only executable links the library's objects with --wrap for malloc, calloc and free, so
-// that the library's calls, and none of the C++ run-time library or of GoogleTest, come through
+// The test-only executable is linked with --wrap for malloc, calloc and free, so that the calls of
+// the library and of the tests themselves, but not those of the C++ run-time library, come through
 // here.
 
 #ifndef QVDS_TESTS_FAILING_ALLOC_HPP
@@ -15,17 +15,18 @@ namespace test {
 // others succeed.
 class FailingAlloc {
   public:
-    explicit FailingAlloc(size_t n);
-    ~FailingAlloc();
+    explicit FailingAlloc(size_t n) { countdown = n; }
+    ~FailingAlloc() { countdown = 0; }
     FailingAlloc(const FailingAlloc &) = delete;
     FailingAlloc &operator=(const FailingAlloc &) = delete;
     // Whether the n-th allocation was reached.
-    [[nodiscard]] bool failed() const;
+    [[nodiscard]] bool failed() const { return countdown == 0; }
+
+    static inline size_t countdown = 0; // allocations until the one that fails; 0 for none
 };
 
-// Blocks that the library has allocated and not released, and all that it ever allocated.
+// Blocks allocated and not released.
 size_t live_blocks();
-size_t allocations();
 
 // Calls attempt(failing) with the first allocation failing, then the second, and so on, up to and
 // including the first time that it gets by without failing. attempt sees from failing.failed()
