@@ -255,9 +255,12 @@ int main(int argc, char **argv) try {
         std::printf("%zu rows, all contenders agree\n", results.size());
         return 0;
     }
-    std::string command = "qvds_bench";
+    std::string command = "./dev bench";
     for (int i = 1; i < argc; ++i)
-        command += std::string(" ") + argv[i];
+        if (argv[i] == std::string_view("--out"))
+            ++i; // which ./dev bench adds
+        else
+            command += std::string(" ") + argv[i];
     if (!write_results(o.out, results)) {
         std::fprintf(stderr, "%s: cannot write the results\n", o.out.c_str());
         return 1;

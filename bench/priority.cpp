@@ -80,7 +80,7 @@ struct inlined_queue : inlined<text> {
 using std_queue = inlined_queue<"std::priority_queue",
                                 std::priority_queue<payload *, std::vector<payload *>, later>>;
 using boost_d_ary =
-    inlined_queue<"Boost d_ary_heap<4>", boost::heap::d_ary_heap<payload *, boost::heap::arity<4>,
+    inlined_queue<"Boost d_ary_heap, 4", boost::heap::d_ary_heap<payload *, boost::heap::arity<4>,
                                                                  boost::heap::compare<later>>>;
 
 // Queues from whose middle an element can be taken: each hands out a handle.
