@@ -45,12 +45,15 @@ void join(void *first, void *second) {
     prev_of(second) = first;
 }
 
+// Both words of elem are written one after the other: beyond the caches, stores that alternate
+// between records wait for each other.
 void insert_behind(void *place, void *elem) {
-    if (void *const successor = next_of(place))
-        join(elem, successor);
-    else
-        next_of(elem) = nullptr;
-    join(place, elem);
+    void *const successor = next_of(place);
+    next_of(elem) = successor;
+    prev_of(elem) = place;
+    next_of(place) = elem;
+    if (successor != nullptr)
+        prev_of(successor) = elem;
 }
 
 void *start_list(void *handle, void *elem) {
