@@ -25,12 +25,15 @@ segments=$(readelf -lW "$library")
 echo "$segments" | grep -q GNU_RELRO || fail "relocations stay writable"
 echo "$segments" | grep -q 'GNU_STACK.*RW ' || fail "the stack is executable"
 
-# The object is reached through the table of addresses, since an executable may hold the copy that
-# counts; a function of ours there means a call that takes a detour.
+# A function of ours among the relocations means a call that takes a detour, but for those whose
+# address a program may share.
+shared='qv_tree_null hash_atoi hash_int hash_mult_func'
 relocated=$(readelf -rW "$library" | awk '$5 { print $5 }')
 for symbol in $symbols; do
-    [ "$symbol" = qv_tree_null ] || ! echo "$relocated" | grep -qx "$symbol" ||
-        fail "$symbol is called through a relocation"
+    case " $shared " in
+    *" $symbol "*) continue ;;
+    esac
+    ! echo "$relocated" | grep -qx "$symbol" || fail "$symbol is called through a relocation"
 done
 
 exit "$((failures > 0))"

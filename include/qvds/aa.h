@@ -25,6 +25,7 @@
  *
  * A tree is a pointer to its root in the caller's variable: null for an empty tree, and replaced
  * with what the operations that change the tree return. Set-up is a null root, tear-down AA_free.
+ * Arguments may be null where that is said.
  *
  * Invariants:
  *   I1  In order, left to right, each node compares above the one before it; no two are equal.

@@ -51,6 +51,8 @@
  * Elements that are equal come out of the move in the opposite order; where that matters, unroll
  * onto a stack (lifo.h) and store from there.
  *
+ * No argument may be null but a key that the callbacks can do with, and a context word.
+ *
  * Invariants:
  *   I1  Bucket i holds the first element of chain i, or null; following `next` from there visits
  *       each element of the chain once and ends at null.

@@ -26,7 +26,7 @@
  * and qvds_hash2_store. Copying or reallocating the array is wrong here even if `size` stays what
  * it is: the `prev` of each first element would still name a slot of the old array, and the next
  * qvds_hash2_unlink would write there and leave the copy pointing at an element that is gone. The
- * qvds_hash record itself may be copied.
+ * qvds_hash record itself may be copied. Arguments may be null where hash.h allows it or it is said.
  *
  * Invariants, beside those of hash.h:
  *   I3  For every element in a table, the word that its `prev` points at holds the element's

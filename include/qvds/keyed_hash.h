@@ -17,7 +17,7 @@
  * The bucket of a key is slot_func(hash_func(key), size, lists). Any slot outside 0 ... size - 1 is
  * invalid: hash_add then fails and every other operation behaves as for a key that is not there.
  * The default slot function refuses most negative hash values, so a hash function of your own
- * should clear the sign bit.
+ * should clear the sign bit. Only hash_add sets errno; what a slot function sets stays.
  *
  * Nothing here is safe against other threads.
  *

@@ -16,10 +16,12 @@
  *     list_link *jobs = NULL;
  *     list_append(job, &jobs);
  *     list_iterate(&jobs, run, NULL);      // run may call list_del_link(job, &jobs)
- *     while (list_pop(&jobs) != NULL) {}   // the tear-down; the hooks are the caller's
+ *     while (jobs != NULL)                 // the tear-down; the hooks are the caller's
+ *         list_pop(&jobs);
  *
  * Operations that may change the head take the address of that variable, here called head. Those
- * that only read take a link and work from it onward; a null link is an empty list.
+ * that only read take a link and work from it onward; a null link is an empty list. Callbacks must
+ * not be null.
  *
  * A *walk* is a list_iterate or list_iterate_del in progress, or what stands between a
  * list_iter_set and its list_iter_clear. Walks of one list may be nested, up to 65535 deep. A link
@@ -81,7 +83,7 @@ typedef int32_t (*list_visit_del_fn)(void *hook, int32_t index, void *ctx, void 
 
 /**
  * Adds hook directly before the link that place holds; at the end of an empty place.
- * @param place the list's head variable, or any variable that holds a link of the list; it then
+ * @param place the list's head variable, or a variable that holds a link behind the head; it then
  *              holds the new link
  * @return the new link, or null if place is null or the allocation failed
  *

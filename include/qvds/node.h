@@ -15,7 +15,8 @@
  * An element is passed and returned as `void *`, so no call needs a cast. It must outlive its
  * membership of the chain, and it can be on one chain at a time for each link that it carries.
  * Nothing here allocates, and nothing here needs a header of its own family: choose the container
- * in lifo.h, fifo.h, fifo2.h or sloppy.h, and walk it with these.
+ * in lifo.h, fifo.h, fifo2.h or sloppy.h, and walk it with these. No argument may be null unless it
+ * says so.
  *
  * Invariants:
  *   I1  The first word of a header holds the first element, the first word of an element the

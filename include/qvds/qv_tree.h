@@ -29,8 +29,9 @@
  *   I3  Each link is a node or the address of qv_tree_null. No operation writes to
  *       qv_tree_null: its `count` is 0, its other fields are null.
  *
- * A root must be a node or the address of qv_tree_null, never null. Trees that are otherwise
- * separate can be used from separate threads.
+ * A root must be a node or the address of qv_tree_null, never null; nor may a compare or visit
+ * callback be null. Items are looked at by compare alone. Trees that are otherwise separate can be
+ * used from separate threads.
  */
 
 #include <stdio.h>
@@ -99,7 +100,7 @@ QVDS_API void qv_tree_iter(qv_tree *root, qvds_visit_fn visit, int32_t order, vo
 
 /**
  * Writes a line's beginning for every node, in the order of a walk: as many blanks as the node is
- * deep, and what print, if it is not null, adds to them.
+ * deep, and what print, if it is not null, adds to them. Writes nothing in an order that is none.
  * @param depth that of the root, not negative; a node's is one more than its parent's
  *
  * Needs stack as qv_tree_iter does, 64 bytes for a step. Ends a branch also at a null link.

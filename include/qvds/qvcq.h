@@ -15,7 +15,11 @@
  *
  *     qvcq_entry *entry;
  *     qvcq_enqueue(&ring, &entry);
- *     entry->length = (int32_t)read(fd, entry->data, (size_t)ring.block_size);
+ *     ssize_t got = read(fd, entry->data, (size_t)ring.block_size);
+ *     if (got < 0)
+ *         qvcq_cancel(&ring);             // takes the block back
+ *     else
+ *         entry->length = (int32_t)got;   // 0 to block_size
  *
  * Taking out goes by copying (qvcq_copyfrom_queue) or in place (qvcq_peek, qvcq_dequeue). A block
  * taken out stays readable until an enqueue comes round to it again.
