@@ -156,7 +156,7 @@ struct Driver {
 
 TEST(AaTree, PredicateSeesBrokenInvariants) {
     Driver driver(8);
-    for (const size_t key : {1, 2, 3, 4, 5, 6, 7})
+    for (const size_t key : {1U, 2U, 3U, 4U, 5U, 6U, 7U})
         driver.step(true, key);
     EXPECT_EQ(fault(driver.root), "");
     driver.ours[7].node.level = 3;
