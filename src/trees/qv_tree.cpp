@@ -193,6 +193,27 @@ void recount(qv_tree *t) {
     t->count = 1 + t->left->count + t->right->count;
 }
 
+/*
+ *      t            x
+ *     / \          / \
+ *    x   c   ->   a   t
+ *   / \              / \
+ *  a   b            b   c
+ *
+ * This is to the right.
+ */
+template <bool right>
+qv_tree *rotate(qv_tree *t) {
+    qv_tree *const x = child_of(t, !right);
+    if (x == null)
+        return t;
+    *link_of(t, !right) = child_of(x, right);
+    recount(t);
+    *link_of(x, right) = t;
+    recount(x);
+    return x;
+}
+
 } // namespace
 
 qv_tree *qv_tree_new(void *item) {
@@ -240,33 +261,12 @@ void qv_tree_dump(const qv_tree *root, qv_tree_print_fn print, int32_t order, FI
     dump(root, {print, stream, order}, depth);
 }
 
-/*
- *      t            x
- *     / \          / \
- *    x   c   ->   a   t
- *   / \              / \
- *  a   b            b   c
- */
-qv_tree *qv_tree_rotate_right(qv_tree *t) {
-    qv_tree *const x = t->left;
-    if (x == null)
-        return t;
-    t->left = x->right;
-    recount(t);
-    x->right = t;
-    recount(x);
-    return x;
+qv_tree *qv_tree_rotate_right(qv_tree *root) {
+    return rotate<true>(root);
 }
 
-qv_tree *qv_tree_rotate_left(qv_tree *t) {
-    qv_tree *const x = t->right;
-    if (x == null)
-        return t;
-    t->right = x->left;
-    recount(t);
-    x->left = t;
-    recount(x);
-    return x;
+qv_tree *qv_tree_rotate_left(qv_tree *root) {
+    return rotate<false>(root);
 }
 
 /*
