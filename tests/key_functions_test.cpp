@@ -18,7 +18,7 @@ TEST(KeyFunctions, AtoiSumsSignedBytesAndReadsNoFurther) {
     EXPECT_EQ(hash_atoi(nullptr), -1);
     test::Random random(1);
     // Bytes of all values, and only of the extreme ones, whose sums are the first to overflow.
-    for (const auto &[lowest, values] : {std::pair{1, 255}, {127, 1}, {128, 1}, {255, 1}})
+    for (const auto &[lowest, values] : {std::pair{1, 255U}, {127, 1U}, {128, 1U}, {255, 1U}})
         for (size_t length = 0; length < 9000; length += 1 + length / 50) {
             std::vector<char> string(length + 1); // in a block of just this size
             uint32_t sum = 0;
