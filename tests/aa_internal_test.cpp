@@ -155,6 +155,22 @@ TEST(AaTree, HasTheShapeOfThePlainStepsAfterMixedSteps) {
     });
 }
 
+// The plain operations above turn with the same two steps, so these are held to cases of their own.
+TEST(AaTree, TurnsOnlyBesideANodeOfTheSameLevel) {
+    for (const size_t level : {1U, 2U, 3U}) {
+        AA_node far{level, nullptr, nullptr}, mid{2, nullptr, &far}, inner{1, nullptr, nullptr};
+        AA_node low{level, nullptr, &inner}, top{2, &low, &mid};
+        mid.left = &inner;
+        const bool turns = level == 2;
+        ASSERT_EQ(qvds::AA_skew(&top), turns ? &low : &top);
+        EXPECT_TRUE(top.left == (turns ? &inner : &low) && low.right == (turns ? &top : &inner));
+        ASSERT_EQ(qvds::AA_split(&top), turns ? &mid : &top);
+        EXPECT_TRUE(top.right == (turns ? &inner : &mid) && mid.left == (turns ? &top : &inner));
+        EXPECT_TRUE(mid.level == (turns ? 3U : 2U) && low.level == level && top.level == 2);
+    }
+    EXPECT_EQ(AA_new(SIZE_MAX - sizeof(AA_node) + 1), nullptr);
+}
+
 TEST(AaTree, TakesNullWhereItSaysSo) {
     Record record{{9, nullptr, nullptr}, 1}, twin = record;
     AA_node *const root = &record.node, *inserted = root, *deleted = root;
