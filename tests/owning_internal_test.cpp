@@ -26,7 +26,7 @@ int broken_invariant(const list_link *head, int walks) {
     }
     if (head != nullptr && head->iters != walks)
         return 3;
-    return head && ((deleted && walks == 0) || (head->reserved != 0) != deleted) ? 4 : 0;
+    return head && ((deleted && walks == 0) || (deleted && head->reserved == 0)) ? 4 : 0;
 }
 
 TEST(List, InvariantsCatchCorruption) {

@@ -20,8 +20,11 @@
  *         list_pop(&jobs);
  *
  * Operations that may change the head take the address of that variable, here called head. Those
- * that only read take a link and work from it onward; a null link is an empty list. Callbacks must
- * not be null.
+ * that only read take a link and work from it onward; a null link is an empty list. A sublist is a
+ * list: given a variable that holds a link in mid-list, every operation works from there onward,
+ * the variable moves on when its link goes, and what stands before stays linked to what is left.
+ * But the walks in progress are counted in the link that the variable holds, so a walk over the
+ * whole list does not defer what is removed through a sublist. Callbacks must not be null.
  *
  * A *walk* is a list_iterate or list_iterate_del in progress, or what stands between a
  * list_iter_set and its list_iter_clear. Walks of one list may be nested, up to 65535 deep. A link
@@ -39,7 +42,14 @@
  *   I2  `state` of every link is 0 or LIST_STATE_DELETED.
  *   I3  `iters` of the head link is the number of walks in progress.
  *   I4  Deleted links exist only while I3's number is not 0; `reserved` of the head link is not 0
- *       exactly while there are any.
+ *       while there are any that the library marked.
+ *
+ * A program may also mark a link itself, by setting LIST_STATE_DELETED in its `state`, before or
+ * during a walk. A list_iter_clear has it unlinked and freed when the outermost walk ends, and so has
+ * a list_iterate, list_iterate_del, hash_iterate or hash_iterate_del that met it: that found it
+ * marked when it came to the link, or right after the link's own visit. What such a walk does not
+ * meet stays until a later one does: a link that is marked by hand once the walk has passed it, or
+ * one behind the place where the walk was stopped.
  */
 
 #include <qvds/base.h>
@@ -50,13 +60,13 @@ enum {
     LIST_STATE_DELETED = 2 /**< flag in `state`: removed, and kept in the chain by a walk */
 };
 
-/** The allocated link. The caller may read it; writing it is the list's business. */
+/** The allocated link. The caller may read it, and mark it (see above); all else is the list's. */
 typedef struct list_link {
     void *hook;             /**< the caller's element */
     uint8_t state;          /**< flags; a link without LIST_STATE_DELETED is live */
-    uint8_t reserved;       /**< for the library: tells the end of a walk whether any link waits to
-                                 be unlinked; no result depends on it, and like `iters` it counts
-                                 only in the head link */
+    uint8_t reserved;       /**< for the library: notes that links wait to be unlinked, so that a
+                                 walk in which none does need not look for them at its end; like
+                                 `iters` it counts only in the head link */
     uint16_t iters;         /**< walks in progress; only that of the head link counts, and a link
                                  that is no longer the head may show a stale number */
     struct list_link *prev; /**< the preceding link, null at the head */
@@ -156,8 +166,9 @@ QVDS_API int list_del_link(const void *hook, list_link **head);
 QVDS_API void list_iter_set(list_link *link);
 
 /**
- * Ends a walk begun with list_iter_set, and frees the deleted links if it was the outermost. Does
- * nothing if head is null or the list empty. More clears than sets are outside the contract.
+ * Ends a walk begun with list_iter_set; if it was the outermost, passes over the list once more to
+ * unlink and free the deleted links. Does nothing if head is null or the list empty. More clears
+ * than sets are outside the contract.
  */
 QVDS_API void list_iter_clear(list_link **head);
 

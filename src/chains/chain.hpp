@@ -26,37 +26,37 @@ namespace qvds {
 using link_word [[gnu::may_alias]] = void *;
 
 // A header, a bucket slot or an element: the word that names what follows.
-inline link_word &next_of(void *record) {
+[[gnu::visibility("hidden")]] inline link_word &next_of(void *record) {
     return *static_cast<link_word *>(record);
 }
-inline void *next_of(const void *record) {
+[[gnu::visibility("hidden")]] inline void *next_of(const void *record) {
     return *static_cast<const link_word *>(record);
 }
 
 // An element's word that names what precedes it.
-inline link_word &prev_of(void *record) {
+[[gnu::visibility("hidden")]] inline link_word &prev_of(void *record) {
     return static_cast<link_word *>(record)[1];
 }
-inline void *prev_of(const void *record) {
+[[gnu::visibility("hidden")]] inline void *prev_of(const void *record) {
     return static_cast<const link_word *>(record)[1];
 }
 
 // A header's two words under their own names. They are the same words.
-inline link_word &top_of(void *header) {
+[[gnu::visibility("hidden")]] inline link_word &top_of(void *header) {
     return next_of(header);
 }
-inline void *top_of(const void *header) {
+[[gnu::visibility("hidden")]] inline void *top_of(const void *header) {
     return next_of(header);
 }
-inline link_word &bottom_of(void *header) {
+[[gnu::visibility("hidden")]] inline link_word &bottom_of(void *header) {
     return prev_of(header);
 }
-inline void *bottom_of(const void *header) {
+[[gnu::visibility("hidden")]] inline void *bottom_of(const void *header) {
     return prev_of(header);
 }
 
 // Clears both words of a header or an element.
-inline void clear(void *record) {
+[[gnu::visibility("hidden")]] inline void clear(void *record) {
     next_of(record) = nullptr;
     prev_of(record) = nullptr;
 }
@@ -76,7 +76,7 @@ struct place {
 // The place before the first element for which stop(element) is true, else the end of the chain.
 // The predecessor's link is read once on the way, the element's link only after stop has returned.
 template <class Stop>
-inline place find_place(void *header, Stop stop) {
+[[gnu::visibility("hidden")]] inline place find_place(void *header, Stop stop) {
     place at{header, next_of(header)};
     while (at.elem != nullptr && !stop(at.elem)) {
         at.predecessor = at.elem;
@@ -86,17 +86,19 @@ inline place find_place(void *header, Stop stop) {
 }
 
 // The place before elem itself, which may be null for the end of the chain.
-inline place find_place_of(void *header, const void *elem) {
+[[gnu::visibility("hidden")]] inline place find_place_of(void *header, const void *elem) {
     return find_place(header, [elem](const void *stored) { return stored == elem; });
 }
 
 // The place before the first element that matches key.
-inline place find_match(void *header, const void *key, qvds_compare_fn compare) {
+[[gnu::visibility("hidden")]] inline place find_match(void *header, const void *key,
+                                                      qvds_compare_fn compare) {
     return find_place(header, [=](const void *stored) { return compare(key, stored) == 0; });
 }
 
 // The place that keeps an ascending chain ascending: before all that elem is not greater than.
-inline place find_sorted_place(void *header, const void *elem, qvds_compare_fn compare) {
+[[gnu::visibility("hidden")]] inline place find_sorted_place(void *header, const void *elem,
+                                                             qvds_compare_fn compare) {
     return find_place(header, [=](const void *stored) { return compare(elem, stored) <= 0; });
 }
 

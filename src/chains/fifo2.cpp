@@ -7,6 +7,11 @@
 //     top          bottom
 //
 // The links of the elements never name the header: at the ends they are null (I2).
+//
+// What takes out an element that the caller names does without the ring: it asks the header whether
+// the element is at an end. A missing neighbour would say the same of an element in the queue; but
+// one that has left already, and is taken out once more by a slip, has no neighbours either, and
+// the others must not be lost for it.
 
 #include <qvds/fifo2.h>
 
@@ -44,10 +49,12 @@ void *qvds_fifo2_push(qvds_list *fifo, void *elem) {
 void *qvds_fifo2_insert(qvds_list *fifo, void *after, void *elem) {
     if (top_of(fifo) == nullptr || after == nullptr)
         return qvds_fifo2_push(fifo, elem);
+    if (after == bottom_of(fifo))
+        return qvds_fifo2_append(fifo, elem);
     void *const successor = next_of(after);
     prev_of(elem) = after;
     next_of(elem) = successor;
-    prev_of(or_header(successor, fifo)) = elem;
+    prev_of(successor) = elem;
     next_of(after) = elem;
     return elem;
 }
@@ -90,8 +97,14 @@ void *qvds_fifo2_extract(qvds_list *fifo, const void *key, qvds_compare_fn compa
 void *qvds_fifo2_extract_existing(qvds_list *fifo, void *elem) {
     void *const predecessor = prev_of(elem);
     void *const successor = next_of(elem);
-    next_of(or_header(predecessor, fifo)) = successor;
-    prev_of(or_header(successor, fifo)) = predecessor;
+    if (elem == top_of(fifo))
+        top_of(fifo) = successor;
+    if (elem == bottom_of(fifo))
+        bottom_of(fifo) = predecessor;
+    if (predecessor != nullptr)
+        next_of(predecessor) = successor;
+    if (successor != nullptr)
+        prev_of(successor) = predecessor;
     return elem;
 }
 
@@ -106,11 +119,14 @@ qvds_list *qvds_fifo2_concat(qvds_list *dest, qvds_list *src) {
 }
 
 qvds_list *qvds_fifo2_cut(qvds_list *fifo, qvds_list *out, void *elem) {
+    void *const predecessor = prev_of(elem);
+    if (predecessor != nullptr)
+        next_of(predecessor) = nullptr;
     top_of(out) = elem;
     bottom_of(out) = bottom_of(fifo);
-    void *const predecessor = prev_of(elem);
     bottom_of(fifo) = predecessor;
-    next_of(or_header(predecessor, fifo)) = nullptr;
+    if (elem == top_of(fifo))
+        top_of(fifo) = nullptr;
     prev_of(elem) = nullptr;
     return out;
 }

@@ -13,7 +13,7 @@ namespace qvds {
 
 // The slot of key's chain: hash modulo size. A remainder by a power of two is a mask; to test for
 // one costs less than the division that it saves.
-inline void *bucket_of(const qvds_hash *table, const void *key) {
+[[gnu::visibility("hidden")]] inline void *bucket_of(const qvds_hash *table, const void *key) {
     const size_t hash = table->hash(key);
     const size_t size = table->size;
     const bool power_of_two = (size & (size - 1)) == 0;
@@ -24,7 +24,8 @@ inline void *bucket_of(const qvds_hash *table, const void *key) {
 // the rest of the table sound before visit, which may do as it likes with the table, is called; so
 // the slot is read afresh each time.
 template <void take_first(void *bucket, void *first)>
-inline int unroll(const qvds_hash *table, qvds_visit_fn visit, void *ctx) {
+[[gnu::visibility("hidden")]] inline int unroll(const qvds_hash *table, qvds_visit_fn visit,
+                                                void *ctx) {
     for (size_t i = 0; i != table->size; ++i) {
         void *const bucket = &table->buckets[i];
         while (void *const first = next_of(bucket)) {

@@ -5,6 +5,10 @@
 // list_compact, with no walk in progress, clears both. Copies left behind in former heads are never
 // read; the latter two overwrite them before such a link is the head again.
 //
+// The caller's variable need not hold the head of all: one that holds a link in mid-list is as good
+// a list, which ends where the whole one does. So a head may have a predecessor here, and what is
+// unlinked is unlinked from that as well.
+//
 // Removals go through list_link_remove or, inside a walk, through mark_deleted. Read these first,
 // then end_walk in list_internal.hpp.
 
@@ -37,15 +41,15 @@ list_link *make_link(void *hook, const list_link *follower) {
 
 void unlink(list_link **head, const list_link *link) {
     list_link *const next = link->next;
-    if (link->prev != nullptr) {
-        link->prev->next = next;
-    } else {
+    if (link == *head) {
         *head = next;
         if (next != nullptr) {
             next->iters = link->iters;
             next->reserved = link->reserved;
         }
     }
+    if (link->prev != nullptr)
+        link->prev->next = next;
     if (next != nullptr)
         next->prev = link->prev;
 }
@@ -88,11 +92,22 @@ void qvds::list_link_remove(list_link **head, list_link *link) {
 void qvds::list_compact(list_link **head) {
     if (head == nullptr || *head == nullptr || (*head)->iters != 0)
         return;
-    // Deals the links out to two chains, the kept and the doomed, each behind an anchor. Which
-    // chain is an index and not a branch: the processor could not foresee the pattern of removals.
+    (*head)->reserved = 0;
+    list_link *link = *head;
+    while (link != nullptr && is_live(link))
+        link = link->next;
+    if (link == nullptr)
+        return;
+
+    // Deals the links from the first deleted one on out to two chains, each behind an anchor: the
+    // kept, which go on from what precedes them, and the doomed. Which chain is an index and not a
+    // branch: the processor could not foresee the pattern of removals.
+    const bool head_goes = link == *head;
+    list_link *const before = link->prev;
     list_link anchors[2];
-    list_link *last[2] = {&anchors[0], &anchors[1]};
-    for (list_link *link = *head; link != nullptr; link = link->next) {
+    list_link *last[2] = {before != nullptr ? before : &anchors[0], &anchors[1]};
+    list_link *const kept = last[0];
+    for (; link != nullptr; link = link->next) {
         const size_t chain = is_live(link) ? 0 : 1;
         link->prev = last[chain];
         last[chain]->next = link;
@@ -101,16 +116,18 @@ void qvds::list_compact(list_link **head) {
     last[0]->next = nullptr;
     last[1]->next = nullptr;
 
-    // The new head takes over the count, which is 0, and no note.
-    *head = anchors[0].next;
-    if (*head != nullptr) {
-        (*head)->prev = nullptr;
-        (*head)->iters = 0;
-        (*head)->reserved = 0;
+    if (head_goes) {
+        // The new head takes over the count, which is 0, and no note.
+        *head = kept->next;
+        if (*head != nullptr) {
+            (*head)->prev = before;
+            (*head)->iters = 0;
+            (*head)->reserved = 0;
+        }
     }
-    for (list_link *link = anchors[1].next, *next; link != nullptr; link = next) {
-        next = link->next;
-        std::free(link);
+    for (list_link *doomed = anchors[1].next, *next; doomed != nullptr; doomed = next) {
+        next = doomed->next;
+        std::free(doomed);
     }
 }
 

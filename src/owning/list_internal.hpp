@@ -9,19 +9,21 @@
 namespace qvds {
 
 // Removes link: marks it while a walk is in progress, else unlinks and frees it.
-void list_link_remove(list_link **head, list_link *link);
+[[gnu::visibility("hidden")]] void list_link_remove(list_link **head, list_link *link);
 
 // Unlinks and frees the deleted links, unless a walk is in progress.
-void list_compact(list_link **head);
+[[gnu::visibility("hidden")]] void list_compact(list_link **head);
 
 // Prints what a link holds, behind the link's own line.
 using list_print_fn = void (*)(const void *hook, const void *extra);
 
 // Print to stderr, for use in a debugger: the list with all its links, deleted ones too; one link.
-void list_dump(const list_link *link, list_print_fn print, const void *extra);
-void list_dump_link(const list_link *link, list_print_fn print, const void *extra);
+[[gnu::visibility("hidden")]] void list_dump(const list_link *link, list_print_fn print,
+                                             const void *extra);
+[[gnu::visibility("hidden")]] void list_dump_link(const list_link *link, list_print_fn print,
+                                                  const void *extra);
 
-inline bool is_live(const list_link *link) {
+[[gnu::visibility("hidden")]] inline bool is_live(const list_link *link) {
     return (link->state & LIST_STATE_DELETED) == 0;
 }
 
@@ -29,49 +31,61 @@ inline bool is_live(const list_link *link) {
 // first_live(link) by first_live(at->next): begun at a deleted link with a peek and a next it would
 // meet the first live hook twice.
 template <class Link>
-inline Link *first_live(Link *link) {
+[[gnu::visibility("hidden")]] inline Link *first_live(Link *link) {
     while (link != nullptr && !is_live(link))
         link = link->next;
     return link;
 }
 
 // Marks link as deleted and leaves the note for the end of the walk (I4).
-inline void mark_deleted(list_link *head, list_link *link) {
+[[gnu::visibility("hidden")]] inline void mark_deleted(list_link *head, list_link *link) {
     link->state = static_cast<uint8_t>(link->state | LIST_STATE_DELETED);
     head->reserved = 1;
 }
 
-inline void begin_walk(list_link *head) {
+[[gnu::visibility("hidden")]] inline void begin_walk(list_link *head) {
     ++head->iters;
 }
 
 // The head is the present one, which need not be the one that begin_walk was given: what is pushed
-// in front of a head inherits its count. Without the note there is nothing to compact, and the
-// links are not passed a second time.
-inline void end_walk(list_link **head) {
+// in front of a head inherits its count. Where a walk outside this one goes on, the note makes it
+// look for marks at its own end.
+[[gnu::visibility("hidden")]] inline void end_walk(list_link **head) {
     --(*head)->iters;
-    if ((*head)->reserved != 0)
-        list_compact(head);
+    (*head)->reserved = 1;
+    list_compact(head);
 }
 
 // Calls visit(link, index) on every live link with a hook, until a result is not null. The links
 // are there for the whole walk, so `next` is read after the call and what was appended by then is
 // met.
+//
+// A link may also have been marked by the caller's own hand, which leaves no note. So the walk
+// looks at each link before and after its visit, where that costs nothing: to pass all links once
+// more at its end, in search of marks, would make it 1.6 to 1.9 times as long.
 template <class Visit>
-inline void *walk(list_link **head, Visit visit) {
+[[gnu::visibility("hidden")]] inline void *walk(list_link **head, Visit visit) {
     if (*head == nullptr)
         return nullptr;
     begin_walk(*head);
     void *result = nullptr;
     int32_t index = 0;
+    unsigned states = 0; // the flags of all links met
     for (list_link *link = *head; link != nullptr; link = link->next, ++index) {
+        states |= link->state;
         if (link->hook == nullptr || !is_live(link))
             continue;
         result = visit(link, index);
+        states |= link->state;
         if (result != nullptr)
             break;
     }
-    end_walk(head);
+    list_link *const present = *head; // see end_walk
+    if ((states & LIST_STATE_DELETED) != 0)
+        present->reserved = 1;
+    --present->iters;
+    if (present->reserved != 0)
+        list_compact(head);
     return result;
 }
 

@@ -77,11 +77,14 @@ void qvds_heap_fix_up(qvds_heap *heap, uint32_t k) {
 }
 
 void qvds_heap_fix_down(qvds_heap *heap, uint32_t k, uint32_t n) {
+    uint32_t c = 2 * k;
+    if (c > n)
+        return; // and slot k, which need not even exist, is not looked at
     void **const slots = heap->slots;
     const qvds_compare_fn compare = heap->compare;
     void *const item = slots[k];
-    // Slot k holds item.
-    for (uint32_t c = 2 * k; c <= n; c = 2 * k) {
+    // Slot k holds item, and c is its left child.
+    for (; c <= n; c = 2 * k) {
         if (n >= first_cold_count)
             fetch_ahead(slots, k, n);
         if (c < n)

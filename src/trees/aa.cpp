@@ -15,7 +15,6 @@
 
 #include <qvds/aa.h>
 
-#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -40,10 +39,10 @@ bool leads_on(int32_t order) {
 // The child that order, which is -1 or 1, leads to. A branch on it would be mispredicted at every
 // second level of a search, and compilers make one of a conditional expression.
 const AA_node *child_towards(int32_t order, const AA_node *node) {
-    const auto left = std::bit_cast<uintptr_t>(node->left);
-    const auto right = std::bit_cast<uintptr_t>(node->right);
+    const auto left = __builtin_bit_cast(uintptr_t, node->left);
+    const auto right = __builtin_bit_cast(uintptr_t, node->right);
     const auto leftwards = static_cast<uintptr_t>(order >> 31); // all ones or all zeros
-    return std::bit_cast<const AA_node *>(right ^ ((left ^ right) & leftwards));
+    return __builtin_bit_cast(const AA_node *, right ^ ((left ^ right) & leftwards));
 }
 
 // Mends the place of a node one of whose subtrees has lost a node. Returns the subtree's root.

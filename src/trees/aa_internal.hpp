@@ -9,15 +9,15 @@
 namespace qvds {
 
 // Turns a left child on the node's own level up into its place. Returns the subtree's root.
-AA_node *AA_skew(AA_node *node);
+[[gnu::visibility("hidden")]] AA_node *AA_skew(AA_node *node);
 
 // Turns the right child up into the node's place, and one level higher, if the right grandchild
 // beyond it is on the node's own level. Returns the subtree's root.
-AA_node *AA_split(AA_node *node);
+[[gnu::visibility("hidden")]] AA_node *AA_split(AA_node *node);
 
 // Lowers a node that is more than one level above the lowest of its children, and with it a right
 // child that would then be above it. A child that is missing does not count.
-void AA_decrease_level(AA_node *node);
+[[gnu::visibility("hidden")]] void AA_decrease_level(AA_node *node);
 
 } // namespace qvds
 
