@@ -12,6 +12,9 @@
 /** Marks what the shared object exports. */
 #define QVDS_API __attribute__((visibility("default")))
 
+/** Marks what each object that is compiled with these headers keeps to itself. */
+#define QVDS_HIDDEN __attribute__((visibility("hidden")))
+
 #ifdef __cplusplus
 #define QVDS_BEGIN extern "C" {
 #define QVDS_END }

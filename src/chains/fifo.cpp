@@ -1,8 +1,11 @@
 #include <qvds/fifo.h>
 
-#include "chain.hpp"
+#include <qvds/core/chain.hpp>
+
+#include "callbacks.hpp"
 
 using namespace qvds;
+using namespace qvds::core;
 
 namespace {
 
@@ -47,7 +50,7 @@ void *qvds_fifo_insert(qvds_list *fifo, void *after, void *elem) {
 }
 
 void *qvds_fifo_insert_sorted(qvds_list *fifo, void *elem, qvds_compare_fn compare) {
-    const place at = find_sorted_place(fifo, elem, compare);
+    const place at = find_place(fifo, goes_before(elem, compare));
     next_of(elem) = at.elem;
     next_of(at.predecessor) = elem;
     if (at.elem == nullptr)
@@ -67,7 +70,7 @@ void *qvds_fifo_pop(qvds_list *fifo) {
 }
 
 void *qvds_fifo_extract(qvds_list *fifo, const void *key, qvds_compare_fn compare) {
-    const place at = find_match(fifo, key, compare);
+    const place at = find_place(fifo, matches(key, compare));
     if (at.elem == nullptr)
         return nullptr;
     next_of(at.predecessor) = next_of(at.elem);

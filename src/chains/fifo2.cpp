@@ -1,132 +1,56 @@
-// The header closes the chain into a ring: its first word, `top`, lies where an element keeps its
-// `next`, and its second, `bottom`, where an element keeps its `prev`. So wherever a neighbour is
-// missing, the header stands for it, and one pair of stores serves the middle and both ends:
-//
-//      +--> header <--+          next of (predecessor or header) is elem
-//      |              |          prev of (successor or header) is elem
-//     top          bottom
-//
-// The links of the elements never name the header: at the ends they are null (I2).
-//
-// What takes out an element that the caller names does without the ring: it asks the header whether
-// the element is at an end. A missing neighbour would say the same of an element in the queue; but
-// one that has left already, and is taken out once more by a slip, has no neighbours either, and
-// the others must not be lost for it.
-
+#include <qvds/core/fifo2.hpp>
 #include <qvds/fifo2.h>
 
-#include "chain.hpp"
+#include "callbacks.hpp"
 
 using namespace qvds;
 
-namespace {
-
-// The neighbour, or the header in its place where there is none.
-void *or_header(void *neighbour, qvds_list *fifo) {
-    return neighbour != nullptr ? neighbour : fifo;
-}
-
-} // namespace
-
 void *qvds_fifo2_append(qvds_list *fifo, void *elem) {
-    void *const last = bottom_of(fifo);
-    next_of(elem) = nullptr;
-    prev_of(elem) = last;
-    next_of(or_header(last, fifo)) = elem;
-    bottom_of(fifo) = elem;
+    core::fifo2_append(fifo, elem);
     return elem;
 }
 
 void *qvds_fifo2_push(qvds_list *fifo, void *elem) {
-    void *const first = top_of(fifo);
-    next_of(elem) = first;
-    prev_of(elem) = nullptr;
-    prev_of(or_header(first, fifo)) = elem;
-    top_of(fifo) = elem;
+    core::fifo2_push(fifo, elem);
     return elem;
 }
 
 void *qvds_fifo2_insert(qvds_list *fifo, void *after, void *elem) {
-    if (top_of(fifo) == nullptr || after == nullptr)
-        return qvds_fifo2_push(fifo, elem);
-    if (after == bottom_of(fifo))
-        return qvds_fifo2_append(fifo, elem);
-    void *const successor = next_of(after);
-    prev_of(elem) = after;
-    next_of(elem) = successor;
-    prev_of(successor) = elem;
-    next_of(after) = elem;
+    core::fifo2_insert(fifo, after, elem);
     return elem;
 }
 
 void *qvds_fifo2_insert_sorted(qvds_list *fifo, void *elem, qvds_compare_fn compare) {
-    const place at = find_sorted_place(fifo, elem, compare);
-    link_word &back_link = prev_of(or_header(at.elem, fifo));
-    next_of(elem) = at.elem;
-    prev_of(elem) = back_link;
-    next_of(at.predecessor) = elem;
-    back_link = elem;
+    core::fifo2_insert_sorted(fifo, elem, goes_before(elem, compare));
     return elem;
 }
 
 void *qvds_fifo2_pop(qvds_list *fifo) {
-    void *const elem = top_of(fifo);
-    if (elem == nullptr)
-        return nullptr;
-    void *const successor = next_of(elem);
-    top_of(fifo) = successor;
-    prev_of(or_header(successor, fifo)) = nullptr;
-    return elem;
+    return core::fifo2_pop(fifo);
 }
 
 void *qvds_fifo2_pop_tail(qvds_list *fifo) {
-    void *const elem = bottom_of(fifo);
-    if (elem == nullptr)
-        return nullptr;
-    void *const predecessor = prev_of(elem);
-    bottom_of(fifo) = predecessor;
-    next_of(or_header(predecessor, fifo)) = nullptr;
-    return elem;
+    return core::fifo2_pop_tail(fifo);
 }
 
 void *qvds_fifo2_extract(qvds_list *fifo, const void *key, qvds_compare_fn compare) {
-    void *const elem = find_match(fifo, key, compare).elem;
-    return elem != nullptr ? qvds_fifo2_extract_existing(fifo, elem) : nullptr;
+    void *const elem = core::find_place(fifo, matches(key, compare)).elem;
+    if (elem != nullptr)
+        core::fifo2_unlink(fifo, elem);
+    return elem;
 }
 
 void *qvds_fifo2_extract_existing(qvds_list *fifo, void *elem) {
-    void *const predecessor = prev_of(elem);
-    void *const successor = next_of(elem);
-    if (elem == top_of(fifo))
-        top_of(fifo) = successor;
-    if (elem == bottom_of(fifo))
-        bottom_of(fifo) = predecessor;
-    if (predecessor != nullptr)
-        next_of(predecessor) = successor;
-    if (successor != nullptr)
-        prev_of(successor) = predecessor;
+    core::fifo2_unlink(fifo, elem);
     return elem;
 }
 
 qvds_list *qvds_fifo2_concat(qvds_list *dest, qvds_list *src) {
-    if (void *const first = top_of(src)) {
-        prev_of(first) = bottom_of(dest);
-        next_of(or_header(bottom_of(dest), dest)) = first;
-        bottom_of(dest) = bottom_of(src);
-        clear(src);
-    }
+    core::fifo2_concat(dest, src);
     return dest;
 }
 
 qvds_list *qvds_fifo2_cut(qvds_list *fifo, qvds_list *out, void *elem) {
-    void *const predecessor = prev_of(elem);
-    if (predecessor != nullptr)
-        next_of(predecessor) = nullptr;
-    top_of(out) = elem;
-    bottom_of(out) = bottom_of(fifo);
-    bottom_of(fifo) = predecessor;
-    if (elem == top_of(fifo))
-        top_of(fifo) = nullptr;
-    prev_of(elem) = nullptr;
+    core::fifo2_cut(fifo, out, elem);
     return out;
 }

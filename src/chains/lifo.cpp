@@ -1,8 +1,11 @@
 #include <qvds/lifo.h>
 
-#include "chain.hpp"
+#include <qvds/core/chain.hpp>
+
+#include "callbacks.hpp"
 
 using namespace qvds;
+using namespace qvds::core;
 
 static_assert(offsetof(qvds_lifo, top) == 0, "a stack's header is a predecessor like any other");
 
@@ -18,7 +21,7 @@ void *qvds_lifo_push(qvds_lifo *lifo, void *elem) {
 }
 
 void *qvds_lifo_insert_sorted(qvds_lifo *lifo, void *elem, qvds_compare_fn compare) {
-    const place at = find_sorted_place(lifo, elem, compare);
+    const place at = find_place(lifo, goes_before(elem, compare));
     next_of(elem) = at.elem;
     next_of(at.predecessor) = elem;
     return elem;
@@ -32,7 +35,7 @@ void *qvds_lifo_pop(qvds_lifo *lifo) {
 }
 
 void *qvds_lifo_extract(qvds_lifo *lifo, const void *key, qvds_compare_fn compare) {
-    const place at = find_match(lifo, key, compare);
+    const place at = find_place(lifo, matches(key, compare));
     if (at.elem != nullptr)
         next_of(at.predecessor) = next_of(at.elem);
     return at.elem;

@@ -1,8 +1,11 @@
 #include <qvds/node.h>
 
-#include "chain.hpp"
+#include <qvds/core/chain.hpp>
+
+#include "callbacks.hpp"
 
 using namespace qvds;
+using namespace qvds::core;
 
 int qvds_list_init(void *list) {
     clear(list);
@@ -19,7 +22,7 @@ void *qvds_list_bottom(const qvds_list *list) {
 
 void *qvds_node_find(const void *list, const void *key, qvds_compare_fn compare) {
     // The walk writes nothing; its predecessor, which could, is not used.
-    return find_match(const_cast<void *>(list), key, compare).elem;
+    return find_place(const_cast<void *>(list), matches(key, compare)).elem;
 }
 
 int qvds_node_enum(const void *list, qvds_visit_fn visit, void *ctx) {

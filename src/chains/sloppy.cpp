@@ -4,9 +4,12 @@
 
 #include <qvds/sloppy.h>
 
-#include "chain.hpp"
+#include <qvds/core/chain.hpp>
+
+#include "callbacks.hpp"
 
 using namespace qvds;
+using namespace qvds::core;
 
 namespace {
 

@@ -7,7 +7,9 @@
 
 #include <qvds/hash.h>
 
-#include "../chains/chain.hpp"
+#include <qvds/core/chain.hpp>
+
+#include "../chains/callbacks.hpp"
 
 namespace qvds {
 
@@ -28,7 +30,7 @@ template <void take_first(void *bucket, void *first)>
                                                 void *ctx) {
     for (size_t i = 0; i != table->size; ++i) {
         void *const bucket = &table->buckets[i];
-        while (void *const first = next_of(bucket)) {
+        while (void *const first = core::next_of(bucket)) {
             take_first(bucket, first);
             if (const int32_t result = visit(first, ctx))
                 return result;

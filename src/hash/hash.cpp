@@ -3,6 +3,7 @@
 #include "bucket.hpp"
 
 using namespace qvds;
+using namespace qvds::core;
 
 namespace {
 
@@ -24,14 +25,14 @@ void *qvds_hash_store(qvds_hash *table, void *elem) {
 }
 
 void *qvds_hash_storereplace(qvds_hash *table, void *elem, qvds_compare_fn compare) {
-    const place at = find_match(bucket_of(table, elem), elem, compare);
+    const place at = find_place(bucket_of(table, elem), matches(elem, compare));
     next_of(elem) = at.elem != nullptr ? next_of(at.elem) : nullptr;
     next_of(at.predecessor) = elem;
     return at.elem != nullptr ? at.elem : elem;
 }
 
 void *qvds_hash_searchinsert(qvds_hash *table, void *elem, qvds_compare_fn compare) {
-    const place at = find_match(bucket_of(table, elem), elem, compare);
+    const place at = find_place(bucket_of(table, elem), matches(elem, compare));
     if (at.elem != nullptr)
         return at.elem;
     next_of(elem) = nullptr;
@@ -40,14 +41,14 @@ void *qvds_hash_searchinsert(qvds_hash *table, void *elem, qvds_compare_fn compa
 }
 
 void *qvds_hash_extract(qvds_hash *table, const void *key, qvds_compare_fn compare) {
-    const place at = find_match(bucket_of(table, key), key, compare);
+    const place at = find_place(bucket_of(table, key), matches(key, compare));
     if (at.elem != nullptr)
         next_of(at.predecessor) = next_of(at.elem);
     return at.elem;
 }
 
 void *qvds_hash_retrieve(const qvds_hash *table, const void *key, qvds_compare_fn compare) {
-    return find_match(bucket_of(table, key), key, compare).elem;
+    return find_place(bucket_of(table, key), matches(key, compare)).elem;
 }
 
 int qvds_hash_enum(const qvds_hash *table, qvds_visit_fn visit, void *ctx) {

@@ -7,6 +7,7 @@
 #include "bucket.hpp"
 
 using namespace qvds;
+using namespace qvds::core;
 
 namespace {
 
@@ -42,13 +43,13 @@ void *qvds_hash2_store(qvds_hash *table, void *elem) {
 }
 
 void *qvds_hash2_storereplace(qvds_hash *table, void *elem, qvds_compare_fn compare) {
-    const place at = find_match(bucket_of(table, elem), elem, compare);
+    const place at = find_place(bucket_of(table, elem), matches(elem, compare));
     link(at.predecessor, elem, at.elem != nullptr ? next_of(at.elem) : nullptr);
     return at.elem != nullptr ? at.elem : elem;
 }
 
 void *qvds_hash2_searchinsert(qvds_hash *table, void *elem, qvds_compare_fn compare) {
-    const place at = find_match(bucket_of(table, elem), elem, compare);
+    const place at = find_place(bucket_of(table, elem), matches(elem, compare));
     if (at.elem != nullptr)
         return at.elem;
     link(at.predecessor, elem, nullptr);
@@ -56,7 +57,7 @@ void *qvds_hash2_searchinsert(qvds_hash *table, void *elem, qvds_compare_fn comp
 }
 
 void *qvds_hash2_extract(qvds_hash *table, const void *key, qvds_compare_fn compare) {
-    const place at = find_match(bucket_of(table, key), key, compare);
+    const place at = find_place(bucket_of(table, key), matches(key, compare));
     if (at.elem != nullptr)
         unlink(at.predecessor, at.elem);
     return at.elem;

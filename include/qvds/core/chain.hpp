@@ -1,6 +1,10 @@
 // What the chain families and the hash tables over the caller's buckets share: the link words, and
 // the one walk that every search in a singly linked chain is made of.
 //
+// Like all of core/, this is compiled both into the shared object, behind the C functions, and into
+// every program that uses the typed classes. So each function is hidden: two objects in one process
+// may have been compiled with different versions of it, and each must keep to its own.
+//
 // A header, a bucket slot and an element are interchangeable as predecessor: the word that names
 // the first element and the word that names an element's successor are both the first word of
 // their record. So a walk that unlinks or inserts starts with the header itself as predecessor,
@@ -10,12 +14,12 @@
 // `prev` of an element lies, so the header can stand for the neighbour that the first element lacks
 // before it and the last element lacks behind it.
 
-#ifndef QVDS_SRC_CHAINS_CHAIN_HPP
-#define QVDS_SRC_CHAINS_CHAIN_HPP
+#ifndef QVDS_CORE_CHAIN_HPP
+#define QVDS_CORE_CHAIN_HPP
 
 #include <qvds/node.h>
 
-namespace qvds {
+namespace qvds::core {
 
 // The one type through which every link word is read and written. The same word may be `top` of a
 // qvds_list to the caller, a `struct job *` inside the caller's record, or an element of an array
@@ -26,37 +30,37 @@ namespace qvds {
 using link_word [[gnu::may_alias]] = void *;
 
 // A header, a bucket slot or an element: the word that names what follows.
-[[gnu::visibility("hidden")]] inline link_word &next_of(void *record) {
+QVDS_HIDDEN inline link_word &next_of(void *record) {
     return *static_cast<link_word *>(record);
 }
-[[gnu::visibility("hidden")]] inline void *next_of(const void *record) {
+QVDS_HIDDEN inline void *next_of(const void *record) {
     return *static_cast<const link_word *>(record);
 }
 
 // An element's word that names what precedes it.
-[[gnu::visibility("hidden")]] inline link_word &prev_of(void *record) {
+QVDS_HIDDEN inline link_word &prev_of(void *record) {
     return static_cast<link_word *>(record)[1];
 }
-[[gnu::visibility("hidden")]] inline void *prev_of(const void *record) {
+QVDS_HIDDEN inline void *prev_of(const void *record) {
     return static_cast<const link_word *>(record)[1];
 }
 
 // A header's two words under their own names. They are the same words.
-[[gnu::visibility("hidden")]] inline link_word &top_of(void *header) {
+QVDS_HIDDEN inline link_word &top_of(void *header) {
     return next_of(header);
 }
-[[gnu::visibility("hidden")]] inline void *top_of(const void *header) {
+QVDS_HIDDEN inline void *top_of(const void *header) {
     return next_of(header);
 }
-[[gnu::visibility("hidden")]] inline link_word &bottom_of(void *header) {
+QVDS_HIDDEN inline link_word &bottom_of(void *header) {
     return prev_of(header);
 }
-[[gnu::visibility("hidden")]] inline void *bottom_of(const void *header) {
+QVDS_HIDDEN inline void *bottom_of(const void *header) {
     return prev_of(header);
 }
 
 // Clears both words of a header or an element.
-[[gnu::visibility("hidden")]] inline void clear(void *record) {
+QVDS_HIDDEN inline void clear(void *record) {
     next_of(record) = nullptr;
     prev_of(record) = nullptr;
 }
@@ -76,7 +80,7 @@ struct place {
 // The place before the first element for which stop(element) is true, else the end of the chain.
 // The predecessor's link is read once on the way, the element's link only after stop has returned.
 template <class Stop>
-[[gnu::visibility("hidden")]] inline place find_place(void *header, Stop stop) {
+QVDS_HIDDEN inline place find_place(void *header, Stop &&stop) {
     place at{header, next_of(header)};
     while (at.elem != nullptr && !stop(at.elem)) {
         at.predecessor = at.elem;
@@ -86,22 +90,10 @@ template <class Stop>
 }
 
 // The place before elem itself, which may be null for the end of the chain.
-[[gnu::visibility("hidden")]] inline place find_place_of(void *header, const void *elem) {
+QVDS_HIDDEN inline place find_place_of(void *header, const void *elem) {
     return find_place(header, [elem](const void *stored) { return stored == elem; });
 }
 
-// The place before the first element that matches key.
-[[gnu::visibility("hidden")]] inline place find_match(void *header, const void *key,
-                                                      qvds_compare_fn compare) {
-    return find_place(header, [=](const void *stored) { return compare(key, stored) == 0; });
-}
-
-// The place that keeps an ascending chain ascending: before all that elem is not greater than.
-[[gnu::visibility("hidden")]] inline place find_sorted_place(void *header, const void *elem,
-                                                             qvds_compare_fn compare) {
-    return find_place(header, [=](const void *stored) { return compare(elem, stored) <= 0; });
-}
-
-} // namespace qvds
+} // namespace qvds::core
 
 #endif
