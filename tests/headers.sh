@@ -1,6 +1,7 @@
 #!/bin/sh
 # usage: headers.sh INCLUDE_DIR CC CXX: each public header compiles alone and without a warning, as
-# C11, C++17 and C++20, and includes freestanding headers only.
+# C11, C++17 and C++20, and includes freestanding headers only. Dropping a new root draws a
+# warning.
 set -eu
 include=$1 cc=$2 cxx=$3 failures=0
 warnings='-Wall -Wextra -pedantic -Wconversion -Wcast-align -Wcast-qual -Wshadow -Werror'
@@ -28,6 +29,18 @@ extern int unit;"
         fail "$name includes $foreign"
     [ "$name" = qvds.h ] || grep -q "#include <qvds/$name>" "$include/qvds/qvds.h" ||
         fail "qvds.h leaves out $name"
+done
+
+# gcc looks at results only when it generates code, so -fsyntax-only won't do.
+for call in 'AA_insert(0, 0, 0, 0)' 'qv_tree_insert(&qv_tree_null, 0, 0)'; do
+    unit="#include <qvds/qvds.h>
+void drop(void);
+void drop(void) { $call; }"
+    for compiler in "$cc -x c -std=c11" "$cxx -x c++ -std=c++17"; do
+        # shellcheck disable=SC2086 # a command and its options
+        echo "$unit" | $compiler -pedantic -I "$include" -S -o /dev/null - 2>&1 |
+            grep -q unused-result || fail "$compiler lets the result of $call be dropped"
+    done
 done
 
 exit "$((failures > 0))"

@@ -17,7 +17,7 @@ TEST(QvTreeInternal, FailedInsertionLeavesATraceOrDeletionABlock) {
             EXPECT_EQ(t == nullptr, failing.failed() && root == empty);
             EXPECT_EQ(leaf.left == empty, failing.failed() || root == empty);
             EXPECT_EQ(leaf.count, leaf.left == empty ? 1U : 2U);
-            qv_tree_delete(t == nullptr ? empty : t, compare, items);
+            EXPECT_EQ(qv_tree_delete(t == nullptr ? empty : t, compare, items), root);
             EXPECT_EQ(test::live_blocks(), 0U);
         });
 }

@@ -67,7 +67,7 @@ typedef struct AA_node {
  *
  * A node that is in no tree is released with `free`.
  */
-QVDS_API void *AA_new(size_t size);
+QVDS_API QVDS_NODISCARD void *AA_new(size_t size);
 
 /**
  * Releases all nodes, children before their parent. A null root is ignored. The nodes must come
@@ -82,7 +82,7 @@ QVDS_API void AA_free(AA_node *root);
  *
  * Linear.
  */
-QVDS_API AA_node *AA_dup(const AA_node *root, size_t size);
+QVDS_API QVDS_NODISCARD AA_node *AA_dup(const AA_node *root, size_t size);
 
 /**
  * Inserts a node that the caller has made, which must be in no tree.
@@ -95,7 +95,8 @@ QVDS_API AA_node *AA_dup(const AA_node *root, size_t size);
  * Calls compare once for each level on the way down, and changes the tree only after that.
  * Allocates nothing. Logarithmic (see above).
  */
-QVDS_API AA_node *AA_insert(AA_node *root, void *node, qvds_compare_fn compare, AA_node **dup);
+QVDS_API QVDS_NODISCARD AA_node *AA_insert(AA_node *root, void *node, qvds_compare_fn compare,
+                                           AA_node **dup);
 
 /**
  * Takes out the node that matches key. All other nodes keep their addresses and payloads.
@@ -112,7 +113,8 @@ QVDS_API AA_node *AA_insert(AA_node *root, void *node, qvds_compare_fn compare, 
  * Calls compare once for each level on the way down, on to the replacement, and changes the tree
  * only after that. Logarithmic (see above).
  */
-QVDS_API AA_node *AA_delete(AA_node *root, const void *key, qvds_compare_fn compare, AA_node **out);
+QVDS_API QVDS_NODISCARD AA_node *AA_delete(AA_node *root, const void *key, qvds_compare_fn compare,
+                                           AA_node **out);
 
 /**
  * Finds the node that matches key.

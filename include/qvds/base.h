@@ -15,6 +15,12 @@
 /** Marks what each object that is compiled with these headers keeps to itself. */
 #define QVDS_HIDDEN __attribute__((visibility("hidden")))
 
+/**
+ * Marks an operation whose result must be kept: a root to be stored, or an allocation that the
+ * caller owns. The compiler warns where the result is dropped.
+ */
+#define QVDS_NODISCARD __attribute__((warn_unused_result))
+
 #ifdef __cplusplus
 #define QVDS_BEGIN extern "C" {
 #define QVDS_END }

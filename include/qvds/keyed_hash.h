@@ -65,8 +65,8 @@ typedef struct hash_entry {
  * @param slot_func null for hash_mult_func
  * @return the table, or null if hash_func or cmp_func is null or an allocation failed
  */
-QVDS_API hashlist *hash_create(int32_t size, hash_key_fn hash_func, hash_slot_fn slot_func,
-                               qvds_compare_fn cmp_func);
+QVDS_API QVDS_NODISCARD hashlist *hash_create(int32_t size, hash_key_fn hash_func,
+                                              hash_slot_fn slot_func, qvds_compare_fn cmp_func);
 
 /**
  * Releases the table and its entries. Does nothing for null. Must not be called inside a walk of

@@ -212,7 +212,7 @@ QVDS_API int list_length(const list_link *link);
  * @return the array, which the caller releases with free, or null if the allocation failed, with
  *         count as it was
  */
-QVDS_API void **list_2_table(const list_link *link, int *count);
+QVDS_API QVDS_NODISCARD void **list_2_table(const list_link *link, int *count);
 
 QVDS_END
 

@@ -69,7 +69,7 @@ enum {
 typedef void (*qv_tree_print_fn)(const qv_tree *node, FILE *stream);
 
 /** Allocates a tree of one node that holds item. Returns null if the allocation fails. */
-QVDS_API qv_tree *qv_tree_new(void *item);
+QVDS_API QVDS_NODISCARD qv_tree *qv_tree_new(void *item);
 
 /**
  * Adds item, in a new leaf, unless an equal item is there, which then stays.
@@ -80,7 +80,7 @@ QVDS_API qv_tree *qv_tree_new(void *item);
  * there, or an allocation failed, which leaves the tree as it was, and errno as malloc left it: set
  * errno to 0 before the call to tell the two apart. Costs the height, in constant stack.
  */
-QVDS_API qv_tree *qv_tree_insert(qv_tree *root, qvds_compare_fn compare, void *item);
+QVDS_API QVDS_NODISCARD qv_tree *qv_tree_insert(qv_tree *root, qvds_compare_fn compare, void *item);
 
 /** Returns the node whose item compares equal, or null. Costs the height, in constant stack. */
 QVDS_API qv_tree *qv_tree_find(const qv_tree *root, qvds_compare_fn compare, const void *item);
@@ -113,10 +113,10 @@ QVDS_API void qv_tree_dump(const qv_tree *root, qv_tree_print_fn print, int32_t 
  * @return the child, the root of the same nodes in the same order, both counts right again; or
  *         root itself, unchanged, if there is no such child
  */
-QVDS_API qv_tree *qv_tree_rotate_right(qv_tree *root);
+QVDS_API QVDS_NODISCARD qv_tree *qv_tree_rotate_right(qv_tree *root);
 
 /** The mirror image: below its right child. */
-QVDS_API qv_tree *qv_tree_rotate_left(qv_tree *root);
+QVDS_API QVDS_NODISCARD qv_tree *qv_tree_rotate_left(qv_tree *root);
 
 /**
  * Brings the node of a rank to the root, keeping the order of all. Left of it hangs then what is
@@ -126,7 +126,7 @@ QVDS_API qv_tree *qv_tree_rotate_left(qv_tree *root);
  *
  * Costs the depth of that node, in constant stack.
  */
-QVDS_API qv_tree *qv_tree_partition(qv_tree *root, int32_t rank);
+QVDS_API QVDS_NODISCARD qv_tree *qv_tree_partition(qv_tree *root, int32_t rank);
 
 /**
  * Gives a tree the least height: the root of each subtree of n nodes is the one of rank n / 2.
@@ -134,7 +134,7 @@ QVDS_API qv_tree *qv_tree_partition(qv_tree *root, int32_t rank);
  *
  * Linear, in stack of the new height; the old one doesn't matter.
  */
-QVDS_API qv_tree *qv_tree_balance(qv_tree *root);
+QVDS_API QVDS_NODISCARD qv_tree *qv_tree_balance(qv_tree *root);
 
 /**
  * Joins two trees. All items of a must compare less than all items of b.
@@ -143,7 +143,7 @@ QVDS_API qv_tree *qv_tree_balance(qv_tree *root);
  *
  * Costs the depth of that node, in constant stack.
  */
-QVDS_API qv_tree *qv_tree_join(qv_tree *a, qv_tree *b);
+QVDS_API QVDS_NODISCARD qv_tree *qv_tree_join(qv_tree *a, qv_tree *b);
 
 /**
  * Removes the node whose item compares equal, if there is one, and releases it, but not the item.
@@ -152,7 +152,8 @@ QVDS_API qv_tree *qv_tree_join(qv_tree *a, qv_tree *b);
  *
  * Costs the height, in constant stack.
  */
-QVDS_API qv_tree *qv_tree_delete(qv_tree *root, qvds_compare_fn compare, const void *item);
+QVDS_API QVDS_NODISCARD qv_tree *qv_tree_delete(qv_tree *root, qvds_compare_fn compare,
+                                                const void *item);
 
 QVDS_END
 
