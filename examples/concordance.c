@@ -4,7 +4,8 @@
  *
  * The AA tree holds one record for each different word. Looking a word up and adding it are the
  * same call: a record is made ready, and if the tree has its twin already, that one counts, and the
- * record serves for the next word.
+ * record serves for the next word. A range starts with a search for its first word, present or not,
+ * and goes on with a search for what follows each: a node does not know the one above it.
  */
 
 #include <qvds/aa.h>
@@ -21,9 +22,11 @@ struct entry {
     size_t line_count, last_line;
 };
 
-struct range {
-    struct word from, to; /* null for an open end */
-    size_t printed;
+/* What a search for the first entry from a word on takes as its key. */
+struct bound {
+    struct word word;
+    int word_counts;            /* or only what comes after it */
+    const struct entry **first; /* where to note the entry */
 };
 
 /* The tree takes -1 and 1 alone for an order. */
@@ -33,19 +36,32 @@ static int32_t compare_entries(const void *key, const void *stored) {
     return (order > 0) - (order < 0);
 }
 
-static int32_t print_in_range(void *stored, void *ctx) {
+/*
+ * Never answers with a match, so the search runs down to where the word would stand. It turns left
+ * at entries that come after that place only, and each of them comes before those noted earlier.
+ */
+static int32_t seek(const void *key, const void *stored) {
+    const struct bound *bound = key;
     const struct entry *entry = stored;
-    struct range *range = ctx;
-    if (range->to.start != NULL && compare_words(&entry->word, &range->to) > 0)
-        return 1; /* all that follow are beyond the range too */
-    if (range->from.start != NULL && compare_words(&entry->word, &range->from) < 0)
-        return 0;
+    const int order = compare_words(&bound->word, &entry->word);
+    if (order > 0 || (order == 0 && !bound->word_counts))
+        return 1;
+    *bound->first = entry;
+    return -1;
+}
+
+static const struct entry *first_from(const AA_node *index, struct word word, int word_counts) {
+    const struct entry *first = NULL;
+    const struct bound bound = {word, word_counts, &first};
+    AA_find(index, &bound, seek);
+    return first;
+}
+
+static void print(const struct entry *entry) {
     printf("%-16.*s %6zu  on", (int)entry->word.length, entry->word.start, entry->count);
     for (size_t i = 0; i < entry->line_count && i < LINES_KEPT; ++i)
         printf(" %zu", entry->lines[i]);
     puts(entry->line_count > LINES_KEPT ? " ..." : "");
-    ++range->printed;
-    return 0;
 }
 
 static void count(struct entry *entry, size_t line) {
@@ -67,9 +83,9 @@ static struct entry *new_entry(void) {
 int main(int argc, char **argv) {
     struct text text = read_text(argc, argv);
     struct entry *spare = new_entry();
-    struct range range = {{NULL, 0}, {NULL, 0}, 0};
+    struct word from = {"", 0}, to = {NULL, 0}; /* null for an open end */
     AA_node *index = NULL, *root, *twin;
-    size_t at = 0, line = 1, seen = 0, different = 0, total = 0;
+    size_t at = 0, line = 1, seen = 0, printed = 0, different = 0, total = 0;
 
     while (next_word(text, &at, &spare->word)) {
         for (; text.bytes + seen < spare->word.start; ++seen)
@@ -86,11 +102,16 @@ int main(int argc, char **argv) {
         ++total;
     }
     if (argc > 2)
-        range.from = (struct word){argv[2], strlen(argv[2])};
+        from = (struct word){argv[2], strlen(argv[2])};
     if (argc > 3)
-        range.to = (struct word){argv[3], strlen(argv[3])};
-    AA_iterate(index, print_in_range, &range);
-    printf("%zu of %zu different words, %zu in all\n", range.printed, different, total);
+        to = (struct word){argv[3], strlen(argv[3])};
+    for (const struct entry *entry = first_from(index, from, 1);
+         entry != NULL && (to.start == NULL || compare_words(&entry->word, &to) <= 0);
+         entry = first_from(index, entry->word, 0)) {
+        print(entry);
+        ++printed;
+    }
+    printf("%zu of %zu different words, %zu in all\n", printed, different, total);
     free(spare);
     AA_free(index);
     free(text.bytes);
