@@ -1,7 +1,7 @@
 #ifndef QVDS_AA_H
 #define QVDS_AA_H
 
-/*
+/** @file
  * AA tree: an ordered set of the caller's records that balances itself.
  *
  * Choose it for an index that is searched, updated and walked in order, where a record must keep
@@ -27,13 +27,24 @@
  * with what the operations that change the tree return. Set-up is a null root, tear-down AA_free.
  * Arguments may be null where that is said.
  *
+ * Compare callbacks are called as compare(new node or key, stored node), the whole node with its
+ * header each time. They return exactly -1 for below and 1 for above: any other value, zero or not,
+ * is a match. They must order all that they are given alike and leave the tree as it is.
+ *
+ * A key is never looked into. It is whatever compare can read in the place of a node: most often a
+ * record on the stack, of the same type as the stored ones. Where AA_delete has found its node, it
+ * goes on to search for the node's neighbour, with that stored node as key.
+ *
+ * The lower bound of a key, and the next and the previous node, cost a search each: AA_find with a
+ * compare that never answers 0, and notes where it turned last (docs/patterns.md).
+ *
  * Invariants:
- *   I1  In order, left to right, each node compares above the one before it; no two are equal.
- *   I2  In a tree built by insertions alone,
- *         a. a left child is one level below its parent;
- *         b. a right child is at its parent's level or one below;
- *         c. a right grandchild is below its grandparent;
- *         d. a node that lacks a child is at level 1.
+ * - I1 In order, left to right, each node compares above the one before it; no two are equal.
+ * - I2 In a tree built by insertions alone,
+ *   - a. a left child is one level below its parent;
+ *   - b. a right child is at its parent's level or one below;
+ *   - c. a right grandchild is below its grandparent;
+ *   - d. a node that lacks a child is at level 1.
  *
  * I2 keeps the height below 2 log2(n + 1). Deletion keeps I1, but may leave levels that are higher
  * than I2 has them: the tree is then somewhat higher than it need be, and all operations work on
@@ -50,16 +61,6 @@ typedef struct AA_node {
     struct AA_node *left;  /**< root of what compares below, or null */
     struct AA_node *right; /**< root of what compares above, or null */
 } AA_node;
-
-/*
- * Compare callbacks are called as compare(new node or key, stored node), the whole node with its
- * header each time. They return exactly -1 for below and 1 for above: any other value, zero or not,
- * is a match. They must order all that they are given alike and leave the tree as it is.
- *
- * A key is never looked into. It is whatever compare can read in the place of a node: most often a
- * record on the stack, of the same type as the stored ones. Where AA_delete has found its node, it
- * goes on to search for the node's neighbour, with that stored node as key.
- */
 
 /**
  * Allocates a node with a payload of size bytes: level 1, links null, the payload not cleared.

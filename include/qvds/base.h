@@ -1,7 +1,7 @@
 #ifndef QVDS_BASE_H
 #define QVDS_BASE_H
 
-/*
+/** @file
  * What every header of the library shares: linkage, and the two callback types that the families
  * have in common.
  */
@@ -36,7 +36,8 @@ QVDS_BEGIN
  *
  * The first argument is passed through as the caller gave it and may be anything that the callback
  * understands. Zero means a match. What the sign means, and whether it matters at all, is said by
- * each family. A compare callback must leave the container as it is.
+ * each family. A compare callback must leave the container as it is. It is handed no context word:
+ * what else it needs, the records point to (docs/patterns.md).
  */
 typedef int32_t (*qvds_compare_fn)(const void *key, const void *elem);
 

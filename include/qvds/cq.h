@@ -1,7 +1,7 @@
 #ifndef QVDS_CQ_H
 #define QVDS_CQ_H
 
-/*
+/** @file
  * Calendar queue: entries that wait for a time, filed by the day on which they expire.
  *
  * The buckets are the days of a calendar that repeats: bucket (expires / width) modulo `size`.
@@ -24,28 +24,35 @@
  * later.
  *
  * How to choose:
- *   width  The precision that expiry needs, in units of the clock; about the step by which now
- *          moves on. A wider day holds more entries that are not due yet and are looked at in vain;
- *          a narrower one gives more empty days to walk. With a width of 1 and a walk at every unit
- *          of time, entries fire in order of time.
- *   size   So many days that a revolution, width * size, is longer than most entries wait: an entry
- *          of a later revolution is looked at once in each until its own comes. About as many
- *          buckets as entries wait at a time is plenty.
+ * - `width` is the precision that expiry needs, in units of the clock; about the step by which now
+ *   moves on. A wider day holds more entries that are not due yet and are looked at in vain; a
+ *   narrower one gives more empty days to walk. With a width of 1 and a walk at every unit of time,
+ *   entries fire in order of time.
+ * - `size` is so many days that a revolution, width * size, is longer than most entries wait: an
+ *   entry of a later revolution is looked at once in each until its own comes. About as many
+ *   buckets as entries wait at a time is plenty.
+ *
  * What the statistics say: where `scanned` is many times `expired`, the revolution is too short or
  * the day too wide.
  *
- * Times are plain unsigned numbers up to the top of their range: a clock that has wrapped round to
- * small numbers is an earlier one.
+ * Times are plain unsigned numbers up to the top of their range, and a clock that has wrapped round
+ * to small numbers is an earlier one. 32 bits are 71 minutes of microseconds, 49 days of
+ * milliseconds. A program that runs longer takes a whole number of revolutions off its time and off
+ * every `expires` in time, which leaves each entry in its bucket.
+ *
+ * Entries of one day fire newest first, so those for the same time in the reverse of the order in
+ * which they were filed. How to fire them in order, how to move the times back, and how long an
+ * event loop may sleep, is in docs/patterns.md.
  *
  * The record of an entry is the caller's and begins with a qvds_cq_entry. Header, buckets and
  * entries are the caller's; nothing allocates, nothing fails; there is no tear-down. No argument
  * may be null.
  *
  * Invariants:
- *   I1  An entry is in the bucket that its `expires` names.
- *   I2  The `prev` of a bucket's first entry and the `next` of its last are null; for every other
- *       entry, the `prev` of its `next` is the entry itself.
- *   I3  `count` is the number of entries in all buckets.
+ * - I1 An entry is in the bucket that its `expires` names.
+ * - I2 The `prev` of a bucket's first entry and the `next` of its last are null; for every other
+ *   entry, the `prev` of its `next` is the entry itself.
+ * - I3 `count` is the number of entries in all buckets.
  */
 
 #include <qvds/base.h>
@@ -57,8 +64,8 @@ typedef struct qvds_cq_entry {
     struct qvds_cq_entry *next; /**< the following entry in the bucket, null at the end */
     struct qvds_cq_entry *prev; /**< the preceding entry in the bucket, null for the first */
     void *user;                 /**< the caller's; neither read nor written */
-    uint32_t expires;           /**< when it expires: set by the caller before it is filed, and not
-                                     changed while it is */
+    uint32_t expires;           /**< when it expires: set by the caller before it is filed, and then
+                                     not changed but by whole revolutions */
 } qvds_cq_entry;
 
 /** The queue. */

@@ -1,7 +1,7 @@
 #ifndef QVDS_FIFO_H
 #define QVDS_FIFO_H
 
-/*
+/** @file
  * Queue: a singly linked chain that knows both its ends.
  *
  * Choose it for first-in-first-out work and for chains that are joined: adding at either end,
@@ -14,8 +14,8 @@
  * caller's; nothing allocates; there is no tear-down. No argument may be null unless it says so.
  *
  * Invariants:
- *   I1  `top` and `bottom` are both null exactly when the queue is empty.
- *   I2  Otherwise following `next` from `top` reaches `bottom`, whose `next` is null.
+ * - I1 `top` and `bottom` are both null exactly when the queue is empty.
+ * - I2 Otherwise following `next` from `top` reaches `bottom`, whose `next` is null.
  */
 
 #include <qvds/node.h>

@@ -1,7 +1,7 @@
 #ifndef QVDS_FIFO2_H
 #define QVDS_FIFO2_H
 
-/*
+/** @file
  * Doubly linked queue: the twin of fifo.h for records that carry both link words.
  *
  * Choose it when elements leave at the back, or from the middle by their address: a least-recently
@@ -15,9 +15,9 @@
  * says so.
  *
  * Invariants:
- *   I1  `top` and `bottom` are both null exactly when the queue is empty.
- *   I2  The `prev` of `top` and the `next` of `bottom` are null.
- *   I3  For every other element, the `prev` of its `next` is the element itself.
+ * - I1 `top` and `bottom` are both null exactly when the queue is empty.
+ * - I2 The `prev` of `top` and the `next` of `bottom` are null.
+ * - I3 For every other element, the `prev` of its `next` is the element itself.
  */
 
 #include <qvds/node.h>

@@ -1,7 +1,7 @@
 #ifndef QVDS_HASH_H
 #define QVDS_HASH_H
 
-/*
+/** @file
  * Hash table over a bucket array that the caller supplies, with one link word in the element.
  *
  * Choose it to look up records that exist anyway: the table allocates nothing, so storing cannot
@@ -51,12 +51,16 @@
  * Elements that are equal come out of the move in the opposite order; where that matters, unroll
  * onto a stack (lifo.h) and store from there.
  *
+ * One bucket is a table as well: `{buckets + i, hash, 1}` can be walked, and unrolled into a larger
+ * one, so that a table grows a bucket at a time. How to do that, how to keep a count, how to find a
+ * record or else make it, and what locks of their own buckets may have, is in docs/patterns.md.
+ *
  * No argument may be null but a key that the callbacks can do with, and a context word.
  *
  * Invariants:
- *   I1  Bucket i holds the first element of chain i, or null; following `next` from there visits
- *       each element of the chain once and ends at null.
- *   I2  Every element is in the chain of the bucket hash(element) modulo `size`.
+ * - I1 Bucket i holds the first element of chain i, or null; following `next` from there visits
+ *   each element of the chain once and ends at null.
+ * - I2 Every element is in the chain of the bucket hash(element) modulo `size`.
  */
 
 #include <qvds/node.h>

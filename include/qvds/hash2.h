@@ -1,7 +1,7 @@
 #ifndef QVDS_HASH2_H
 #define QVDS_HASH2_H
 
-/*
+/** @file
  * Doubly chained hash table: the twin of hash.h for records that carry both link words.
  *
  * Choose it when elements leave by their address: entries that expire, caches that evict, objects
@@ -29,8 +29,8 @@
  * qvds_hash record itself may be copied. Arguments may be null where hash.h allows it or it is said.
  *
  * Invariants, beside those of hash.h:
- *   I3  For every element in a table, the word that its `prev` points at holds the element's
- *       address; this word is the bucket slot or the first word of the preceding element.
+ * - I3 For every element in a table, the word that its `prev` points at holds the element's
+ *   address; this word is the bucket slot or the first word of the preceding element.
  */
 
 #include <qvds/hash.h>

@@ -1,7 +1,7 @@
 #ifndef QVDS_HEAP_H
 #define QVDS_HEAP_H
 
-/*
+/** @file
  * Binary heap of pointers, over an array that the caller supplies.
  *
  * Choose it when items must come out strictly by rank, whatever the ranks are: the next event of a
@@ -40,13 +40,32 @@
  *     qvds_heap_fix_up(&heap, job->slot);
  *     job->rank = lower;
  *     qvds_heap_fix_down(&heap, job->slot, heap.count);
- *     job->rank = higher_than_all;                // cancels it
- *     qvds_heap_fix_up(&heap, job->slot);
- *     qvds_heap_remove_top(&heap);
+ *
+ *     uint32_t const k = job->slot, last = heap.count--;      // takes job out of the middle
+ *     if (k != last) {                            // the last item comes to stand in its slot
+ *         struct job *const moved = heap.slots[k] = heap.slots[last];
+ *         moved->slot = k;
+ *         qvds_heap_fix_up(&heap, k);             // one of the two has nothing to do
+ *         qvds_heap_fix_down(&heap, k, heap.count);
+ *     }
+ *
+ * The record may be written between calls. Set `slots` when the array has been moved by realloc,
+ * `capacity` when it has grown. An array that is filled already becomes a heap in linear time:
+ *
+ *     heap.count = n;                             // items in slots 1 to n, in any order
+ *     for (uint32_t k = n / 2; k > 0; --k)
+ *         qvds_heap_fix_down(&heap, k, n);
+ *
+ * For items that stand from index 0 on, set `slots` to the array's address minus one. (The language
+ * does not define that address, and gcc warns where it sees the array; but slot 0 is never touched,
+ * and on this platform it works.)
  *
  * Invariants:
- *   I1  `count` items stand in slots 1 to `count`. The children of slot k are slots 2k and 2k + 1.
- *   I2  compare(slots[k / 2], slots[k]) is not negative for every k from 2 to `count`.
+ * - I1 `count` items stand in slots 1 to `count`. The children of slot k are slots 2k and 2k + 1.
+ * - I2 compare(slots[k / 2], slots[k]) is not negative for every k from 2 to `count`.
+ *
+ * An exception or longjmp may leave compare. I1 holds then, with every item in one slot and `count`
+ * as it was, but for qvds_heap_insert, whose item is in. I2 may not: the loop above restores it.
  *
  * Items of equal rank come out in no particular order; if that matters, let compare decide by a
  * serial number.
@@ -67,7 +86,7 @@ typedef void (*qvds_heap_swap_fn)(void **a, void **b);
 typedef struct qvds_heap {
     void **slots;      /**< the caller's array of capacity + 1 items; slot 0 is never touched */
     uint32_t count;    /**< items in the heap */
-    uint32_t capacity; /**< the most that it may hold */
+    uint32_t capacity; /**< the most that it may hold; qvds_heap_full alone looks at it */
     qvds_compare_fn compare; /**< takes two items, negative when the first ranks below the second;
                                   must leave the heap as it is */
     qvds_heap_swap_fn swap;  /**< or null: slots are exchanged directly */

@@ -1,7 +1,7 @@
 #ifndef QVDS_KEY_FUNCTIONS_H
 #define QVDS_KEY_FUNCTIONS_H
 
-/*
+/** @file
  * Ready-made callbacks for the keyed hash (keyed_hash.h): two hash functions, a comparison, and two
  * slot functions that turn a hash value into a bucket index.
  *

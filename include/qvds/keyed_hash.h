@@ -1,7 +1,7 @@
 #ifndef QVDS_KEYED_HASH_H
 #define QVDS_KEYED_HASH_H
 
-/*
+/** @file
  * Keyed hash: a table of key, value and metadata with the caller's own hashing, one owning list
  * (list.h) for each bucket.
  *
@@ -14,6 +14,15 @@
  * stay valid and unchanged as long as its entry is in the table. Several entries may have equal
  * keys; the newest comes first.
  *
+ * Walks are handed values alone. For one that needs the key, or has to release it, let the value be
+ * a record that holds both, with the key in the record as key; searches go by the bare key as ever:
+ *
+ *     struct pair { int32_t key; void *value; };
+ *     hash_add(table, &pair->key, pair);
+ *     struct pair *found = hash_find_element(table, &key);
+ *
+ * Release such a record when its entry is out, or in the visit of hash_iterate_del that removes it.
+ *
  * The bucket of a key is slot_func(hash_func(key), size, lists). Any slot outside 0 ... size - 1 is
  * invalid: hash_add then fails and every other operation behaves as for a key that is not there.
  * The default slot function refuses most negative hash values, so a hash function of your own
@@ -22,11 +31,11 @@
  * Nothing here is safe against other threads.
  *
  * Invariants:
- *   I1  `size` is at least 1, and `lists` holds that many lists, each with the invariants of
- *       list.h.
- *   I2  The hook of every live link is an entry of this table, and of no other link.
- *   I3  With a slot function whose answer depends on its numbers only, every live entry is in the
- *       bucket of its key.
+ * - I1 `size` is at least 1, and `lists` holds that many lists, each with the invariants of
+ *   list.h.
+ * - I2 The hook of every live link is an entry of this table, and of no other link.
+ * - I3 With a slot function whose answer depends on its numbers only, every live entry is in the
+ *   bucket of its key.
  */
 
 #include <qvds/key_functions.h>
@@ -45,17 +54,17 @@ typedef int32_t (*hash_slot_fn)(int32_t hash, int32_t size, list_link *const *li
 
 /** The table. The caller may read it; with lists[slot] one bucket can be read as a list. */
 typedef struct hashlist {
-    int32_t size; /**< number of buckets */
-    hash_key_fn hash_func;
-    hash_slot_fn slot_func;
+    int32_t size;             /**< number of buckets */
+    hash_key_fn hash_func;    /**< turns a key into a number */
+    hash_slot_fn slot_func;   /**< turns that number into a bucket index; never null */
     qvds_compare_fn cmp_func; /**< called as cmp_func(key, stored key); zero for equal keys */
     list_link **lists;        /**< the heads of the buckets; every hook is a hash_entry */
 } hashlist;
 
 /** What the table allocates for each element. */
 typedef struct hash_entry {
-    void *key;
-    void *value;
+    void *key;      /**< the caller's, as given to hash_add */
+    void *value;    /**< the caller's, likewise; what searches return and walks are given */
     void *metadata; /**< a word for the caller; null until hash_set_metadata */
 } hash_entry;
 

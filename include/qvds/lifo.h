@@ -1,7 +1,7 @@
 #ifndef QVDS_LIFO_H
 #define QVDS_LIFO_H
 
-/*
+/** @file
  * Stack: a singly linked chain with a header of one word.
  *
  * Choose it for free lists and last-in-first-out work: it is the smallest header and the cheapest
@@ -13,7 +13,7 @@
  * allocates; there is no tear-down. No argument may be null unless it says so.
  *
  * Invariant:
- *   I1  Following `next` from `top` reaches every element once and ends at null.
+ * - I1 Following `next` from `top` reaches every element once and ends at null.
  */
 
 #include <qvds/base.h>

@@ -1,7 +1,7 @@
 #ifndef QVDS_NODE_H
 #define QVDS_NODE_H
 
-/*
+/** @file
  * Chain records and walking: the two records that all qvds_ chain families share, and the
  * operations that do not care which family built the chain.
  *
@@ -14,15 +14,31 @@
  *
  * An element is passed and returned as `void *`, so no call needs a cast. It must outlive its
  * membership of the chain, and it can be on one chain at a time for each link that it carries.
+ * For a chain through a link that is not the first member, that member is the element: its address
+ * is what calls and callbacks take and give, and the way back to the record is the caller's.
+ *
+ *     struct job {
+ *         qvds_node in_queue;         // first: in the queue the element is the job itself
+ *         qvds_node in_table;
+ *         int priority;
+ *     };
+ *
+ *     static struct job *job_in_table(const void *link) {
+ *         return (struct job *)((char *)link - offsetof(struct job, in_table));
+ *     }
+ *
+ *     void *link = qvds_hash_retrieve(&table, &wanted.in_table, compare_links);
+ *     struct job *job = link != NULL ? job_in_table(link) : NULL;     // null has no way back
+ *
  * Nothing here allocates, and nothing here needs a header of its own family: choose the container
  * in lifo.h, fifo.h, fifo2.h or sloppy.h, and walk it with these. No argument may be null unless it
  * says so.
  *
  * Invariants:
- *   I1  The first word of a header holds the first element, the first word of an element the
- *       following one, and the first word of the last element is null.
- *   I2  Where a family keeps the second word, that of a header holds the last element, that of an
- *       element the preceding one, and that of the first element is null.
+ * - I1 The first word of a header holds the first element, the first word of an element the
+ *   following one, and the first word of the last element is null.
+ * - I2 Where a family keeps the second word, that of a header holds the last element, that of an
+ *   element the preceding one, and that of the first element is null.
  *
  * Because of I1 a header can stand wherever an element can stand as predecessor.
  */
@@ -47,7 +63,7 @@ typedef struct qvds_list {
 
 /** Cursor: the element that qvds_node_iter_next hands out next. The caller's variable. */
 typedef struct qvds_node_iter {
-    void *next;
+    void *next; /**< the element handed out next, null at the end */
 } qvds_node_iter;
 
 /**

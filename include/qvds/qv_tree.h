@@ -1,7 +1,7 @@
 #ifndef QVDS_QV_TREE_H
 #define QVDS_QV_TREE_H
 
-/*
+/** @file
  * Counted tree: a binary search tree whose nodes know how many nodes hang below them.
  *
  * Choose it for what the counts answer: the item of a given rank, the rank of an item, a tree cut
@@ -19,15 +19,28 @@
  *     root = qv_tree_insert(root, by_name, item);
  *     root = qv_tree_partition(root, (int32_t)(root->count / 2));     // root->item is the median
  *
- * Set-up is that first line. Tear-down is qv_tree_delete of each item, or a walk in post-order
+ * This cuts it in two, so that root keeps that item and what is greater:
+ *
+ *     qv_tree *less = root->left;
+ *     root->left = &qv_tree_null;
+ *     root->count -= less->count;
+ *
+ * Ranks can also be told with the tree left as it is: what a walk down from the root leaves behind
+ * on the left, added up, is the rank of an item (docs/trees.md).
+ *
+ * Set-up is the first line above. Tear-down is qv_tree_delete of each item, or a walk in post-order
  * whose visit calls free() on the node that it is given. A subtree is a tree: every operation takes
  * one, and leaves what is above it alone.
  *
+ * Comparing is calling compare(item, item of a node): negative sends the item left, positive right,
+ * zero means equal. It is called once for each level on the way down, from the root on. A visit is
+ * given the node, not its item; its result is ignored, and the walk cannot be stopped.
+ *
  * Invariants:
- *   I1  `count` is 1 plus the counts of `left` and `right`.
- *   I2  All items in `left` compare less than the node's, all in `right` greater; no two are equal.
- *   I3  Each link is a node or the address of qv_tree_null. No operation writes to
- *       qv_tree_null: its `count` is 0, its other fields are null.
+ * - I1 `count` is 1 plus the counts of `left` and `right`.
+ * - I2 All items in `left` compare less than the node's, all in `right` greater; no two are equal.
+ * - I3 Each link is a node or the address of qv_tree_null. No operation writes to
+ *   qv_tree_null: its `count` is 0, its other fields are null.
  *
  * A root must be a node or the address of qv_tree_null, never null; nor may a compare or visit
  * callback be null. Items are looked at by compare alone. Trees that are otherwise separate can be
@@ -40,7 +53,11 @@
 
 QVDS_BEGIN
 
-/** A node. Callers read it, and may change what `item` points to as long as I2 holds. */
+/**
+ * A node. Callers read it, and may write what keeps the invariants: another item in the same place
+ * of the order; links, with the counts of the node and of all above it put right. qv_tree_null is
+ * not to be written.
+ */
 typedef struct qv_tree {
     uint32_t count;        /**< nodes in this subtree, this one included; ranks read it as signed */
     void *item;            /**< the caller's */
@@ -57,13 +74,6 @@ enum {
     QV_TREE_PREORDER = 1, /**< before both */
     QV_TREE_POSTORDER = 2 /**< after both */
 };
-
-/*
- * Comparing is calling compare(item, item of a node): negative sends the item left, positive right,
- * zero means equal. It is called once for each level on the way down, from the root on.
- *
- * A visit is given the node, not its item; its result is ignored, and the walk cannot be stopped.
- */
 
 /** Prints one node of a dump, with the line end if there is to be one. */
 typedef void (*qv_tree_print_fn)(const qv_tree *node, FILE *stream);
@@ -120,7 +130,7 @@ QVDS_API QVDS_NODISCARD qv_tree *qv_tree_rotate_left(qv_tree *root);
 
 /**
  * Brings the node of a rank to the root, keeping the order of all. Left of it hangs then what is
- * less, right of it what is greater: this is also how to cut a tree in two.
+ * less, right of it what is greater: cut off the one or the other to cut the tree in two.
  * @param rank counted from 0, the smallest item; below 0 it means 0, beyond the end the largest
  * @return the new root; the sentinel for an empty tree
  *

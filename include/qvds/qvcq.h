@@ -1,7 +1,7 @@
 #ifndef QVDS_QVCQ_H
 #define QVDS_QVCQ_H
 
-/*
+/** @file
  * Block ring: a bounded queue of messages in blocks of one size, which drops its oldest message
  * when it is full.
  *
@@ -31,10 +31,10 @@
  * A producer and a consumer on different threads must lock around every call.
  *
  * Invariants:
- *   I1  `head` and `tail` are at least 0 and below `blocks`.
- *   I2  `size` is `head` - `tail`, modulo `blocks`; the queue is empty exactly when the two are
- *       equal, and `size` never exceeds `blocks` - 1.
- *   I3  The `data` of entry i is `storage` + i * `block_size`.
+ * - I1 `head` and `tail` are at least 0 and below `blocks`.
+ * - I2 `size` is `head` - `tail`, modulo `blocks`; the queue is empty exactly when the two are
+ *   equal, and `size` never exceeds `blocks` - 1.
+ * - I3 The `data` of entry i is `storage` + i * `block_size`.
  */
 
 #include <qvds/base.h>

@@ -1,7 +1,11 @@
 #ifndef QVDS_QVDS_H
 #define QVDS_QVDS_H
 
-/* All families at once. Each header also stands alone. */
+/** @file
+ * All families at once. Each header also stands alone.
+ *
+ * The snippets in the headers are C: to become a record's pointer, a `void *` takes a cast in C++.
+ */
 
 #include <qvds/base.h>
 

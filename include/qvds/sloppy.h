@@ -1,7 +1,7 @@
 #ifndef QVDS_SLOPPY_H
 #define QVDS_SLOPPY_H
 
-/*
+/** @file
  * Headerless list: a doubly linked list known by a pointer to any one of its elements.
  *
  * Choose it when there is no natural place for a header, or when the list is met through its
@@ -19,9 +19,9 @@
  * the call says it is in, and an element to be added in none.
  *
  * Invariants:
- *   I1  The first element's `prev` and the last element's `next` are null.
- *   I2  For every other element, the `prev` of its `next` is the element itself.
- *   I3  The handle is null, or names an element of the list.
+ * - I1 The first element's `prev` and the last element's `next` are null.
+ * - I2 For every other element, the `prev` of its `next` is the element itself.
+ * - I3 The handle is null, or names an element of the list.
  */
 
 #include <qvds/node.h>
