@@ -1,7 +1,7 @@
 #ifndef QVDS_LIST_H
 #define QVDS_LIST_H
 
-/*
+/** @file
  * Owning list: a doubly linked list that allocates a link for each element and stays valid while it
  * is walked.
  *
@@ -37,16 +37,16 @@
  * the result is null and the list is as it was. Nothing here is safe against other threads.
  *
  * Invariants:
- *   I1  `prev` of the head link and `next` of the last link are null; every other `prev` names the
- *       link whose `next` names this one.
- *   I2  `state` of every link is 0 or LIST_STATE_DELETED.
- *   I3  `iters` of the head link is the number of walks in progress.
- *   I4  Deleted links exist only while I3's number is not 0; `reserved` of the head link is not 0
- *       while there are any that the library marked.
+ * - I1 `prev` of the head link and `next` of the last link are null; every other `prev` names the
+ *   link whose `next` names this one.
+ * - I2 `state` of every link is 0 or LIST_STATE_DELETED.
+ * - I3 `iters` of the head link is the number of walks in progress.
+ * - I4 Deleted links exist only while I3's number is not 0; `reserved` of the head link is not 0
+ *   while there are any that the library marked.
  *
  * A program may also mark a link itself, by setting LIST_STATE_DELETED in its `state`, before or
- * during a walk. A list_iter_clear has it unlinked and freed when the outermost walk ends, and so has
- * a list_iterate, list_iterate_del, hash_iterate or hash_iterate_del that met it: that found it
+ * during a walk. A list_iter_clear has it unlinked and freed when the outermost walk ends, and so
+ * has a list_iterate, list_iterate_del, hash_iterate or hash_iterate_del that met it: that found it
  * marked when it came to the link, or right after the link's own visit. What such a walk does not
  * meet stays until a later one does: a link that is marked by hand once the walk has passed it, or
  * one behind the place where the walk was stopped.
