@@ -1,0 +1,201 @@
+#include <qvds/fifo.h>
+#include <qvds/fifo2.h>
+
+#include "chains.hpp"
+
+using namespace test;
+using qvds::check_fifo2;
+
+namespace {
+
+class Fifo2 : public ChainTest {
+  protected:
+    Fifo2() {
+        for (Item *item : {&a, &b, &c})
+            qvds_fifo2_append(&queue, item);
+    }
+    static std::string content(const qvds_list &fifo) {
+        return names_from(fifo.top, check_fifo2(fifo));
+    }
+
+    Item a{'a'}, b{'b'}, c{'c'}, other_b{'B'}, absent{'x'};
+    qvds_list queue{nullptr, nullptr}, other{nullptr, nullptr};
+};
+
+TEST_F(Fifo2, AppendAddsAtTheBack) {
+    EXPECT_EQ(qvds_fifo2_append(&queue, &absent), &absent);
+    EXPECT_EQ(content(queue), "abcx");
+}
+
+TEST_F(Fifo2, PushAddsAtTheFront) {
+    EXPECT_EQ(qvds_fifo2_push(&queue, &absent), &absent);
+    EXPECT_EQ(content(queue), "xabc");
+}
+
+TEST_F(Fifo2, InsertAddsBehindAnElement) {
+    EXPECT_EQ(qvds_fifo2_insert(&queue, &a, &absent), &absent);
+    EXPECT_EQ(content(queue), "axbc");
+}
+
+TEST_F(Fifo2, InsertBehindTheLastMovesTheBack) {
+    qvds_fifo2_insert(&queue, &c, &absent);
+    EXPECT_EQ(content(queue), "abcx");
+}
+
+TEST_F(Fifo2, InsertBehindNullAddsAtTheFront) {
+    qvds_fifo2_insert(&queue, nullptr, &absent);
+    EXPECT_EQ(content(queue), "xabc");
+}
+
+TEST_F(Fifo2, InsertIntoAnEmptyQueueIgnoresThePlace) {
+    qvds_fifo2_insert(&other, stray, &absent);
+    EXPECT_EQ(content(other), "x");
+}
+
+TEST_F(Fifo2, InsertSortedPutsTheNewestOfEqualsFirst) {
+    EXPECT_EQ(qvds_fifo2_insert_sorted(&queue, &other_b, by_name), &other_b);
+    EXPECT_EQ(content(queue), "aBbc");
+}
+
+TEST_F(Fifo2, PopTakesTheFirstAndLeavesItsLinks) {
+    EXPECT_EQ(qvds_fifo2_pop(&queue), &a);
+    EXPECT_EQ(content(queue), "bc");
+    EXPECT_EQ(a.node.next, &b);
+}
+
+TEST_F(Fifo2, PopTailTakesTheLastAndLeavesItsLinks) {
+    EXPECT_EQ(qvds_fifo2_pop_tail(&queue), &c);
+    EXPECT_EQ(content(queue), "ab");
+    EXPECT_EQ(c.node.prev, &b);
+}
+
+TEST_F(Fifo2, PopOfAnEmptyQueueIsNullAtEitherEnd) {
+    EXPECT_EQ(qvds_fifo2_pop(&other), nullptr);
+    EXPECT_EQ(qvds_fifo2_pop_tail(&other), nullptr);
+}
+
+TEST_F(Fifo2, PopTailOfTheOnlyElementClearsBothEnds) {
+    qvds_fifo2_append(&other, &absent);
+    EXPECT_EQ(qvds_fifo2_pop_tail(&other), &absent);
+    EXPECT_EQ(content(other), "");
+}
+
+TEST_F(Fifo2, ExtractUnlinksTheFirstMatch) {
+    EXPECT_EQ(qvds_fifo2_extract(&queue, &other_b, by_name), &b);
+    EXPECT_EQ(content(queue), "ac");
+    EXPECT_EQ(qvds_fifo2_extract(&queue, &absent, by_name), nullptr);
+}
+
+TEST_F(Fifo2, ExtractExistingUnlinksAnElementAndLeavesItsLinks) {
+    EXPECT_EQ(qvds_fifo2_extract_existing(&queue, &b), &b);
+    EXPECT_EQ(content(queue), "ac");
+    EXPECT_EQ(b.node.prev, &a);
+    EXPECT_EQ(b.node.next, &c);
+}
+
+// An element that is cancelled although it has left has no neighbours, and yet it is no end.
+TEST_F(Fifo2, ExtractExistingOfAnElementThatHasLeftKeepsTheOthers) {
+    qvds_fifo2_append(&other, &absent);
+    qvds_fifo2_pop(&other);
+    qvds_fifo2_append(&other, &other_b);
+    EXPECT_EQ(qvds_fifo2_extract_existing(&other, &absent), &absent);
+    EXPECT_EQ(content(other), "B");
+}
+
+TEST_F(Fifo2, CutAtAnElementThatHasLeftKeepsTheOthers) {
+    qvds_fifo2_append(&other, &absent);
+    qvds_fifo2_pop(&other);
+    qvds_fifo2_append(&other, &other_b);
+    qvds_list out;
+    qvds_fifo2_cut(&other, &out, &absent);
+    EXPECT_EQ(other.top, &other_b);
+}
+
+TEST_F(Fifo2, ConcatMovesAllBehind) {
+    qvds_fifo2_append(&other, &absent);
+    EXPECT_EQ(qvds_fifo2_concat(&queue, &other), &queue);
+    EXPECT_EQ(content(queue), "abcx");
+    EXPECT_EQ(content(other), "");
+}
+
+TEST_F(Fifo2, ConcatOfAnEmptyQueueKeepsTheBack) {
+    qvds_fifo2_concat(&queue, &other);
+    EXPECT_EQ(content(queue), "abc");
+}
+
+TEST_F(Fifo2, CutMovesTheElementAndAllBehindIt) {
+    EXPECT_EQ(qvds_fifo2_cut(&queue, &other, &b), &other);
+    EXPECT_EQ(content(queue), "a");
+    EXPECT_EQ(content(other), "bc");
+}
+
+TEST_F(Fifo2, CutAtTheFirstElementMovesAll) {
+    qvds_fifo2_cut(&queue, &other, &a);
+    EXPECT_EQ(content(queue), "");
+    EXPECT_EQ(content(other), "abc");
+}
+
+TEST_F(Fifo2, WalksPastSeventyThousandElements) {
+    std::vector<Item> items = seventy_thousand();
+    for (Item &item : items)
+        qvds_fifo2_append(&other, &item);
+    Item *const last = &items.back();
+    EXPECT_EQ(qvds_fifo2_extract(&other, last, by_name), last);
+    EXPECT_EQ(other.bottom, last - 1);
+    qvds_fifo2_insert_sorted(&other, last, by_name);
+    EXPECT_EQ(other.bottom, last);
+    EXPECT_EQ(check_fifo2(other), sound);
+}
+
+TEST_F(Fifo2, CheckNamesTheBrokenInvariant) {
+    queue.bottom = nullptr;
+    EXPECT_EQ(check_fifo2(queue), (fault{1, nullptr}));
+    queue = {&b, &c};
+    EXPECT_EQ(check_fifo2(queue), (fault{2, &b})) << "the first element has a predecessor";
+    queue = {&a, &b};
+    EXPECT_EQ(check_fifo2(queue), (fault{2, &b})) << "the last element has a successor";
+    queue = {&a, &c};
+    c.node.prev = &a;
+    EXPECT_EQ(check_fifo2(queue), (fault{3, &b}));
+    b.node.next = nullptr;
+    EXPECT_EQ(check_fifo2(queue), (fault{3, &b})) << "the chain ends before the last element";
+}
+
+TEST_F(Fifo2, CheckComesToAnEndInARing) {
+    for (Item *target : {&a, &b}) {
+        b.node.next = target;
+        EXPECT_EQ(check_fifo2(queue), (fault{3, &b}));
+    }
+}
+
+const chain_face c_face{
+    .init = qvds_fifo_init,
+    .push = qvds_fifo2_push,
+    .insert_sorted = qvds_fifo2_insert_sorted,
+    .pop = qvds_fifo2_pop,
+    .extract = qvds_fifo2_extract,
+    .concat = qvds_fifo2_concat,
+    .cut = qvds_fifo2_cut,
+    .append = qvds_fifo2_append,
+    .insert = qvds_fifo2_insert,
+    .pop_tail = qvds_fifo2_pop_tail,
+    .extract_existing = qvds_fifo2_extract_existing,
+};
+const chain_family family{
+    .check = qvds::check_fifo2,
+    .has_tail = true,
+    .has_back_links = true,
+    .steps = {step::push, step::append, step::insert, step::insert_sorted, step::pop,
+              step::pop_tail, step::find, step::extract, step::extract_existing, step::concat,
+              step::cut},
+};
+
+TEST_F(Fifo2, FollowsAModelInEveryShortProgram) {
+    run_all_short_programs(family, c_face);
+}
+
+TEST_F(Fifo2, FollowsAModelInRandomPrograms) {
+    run_random_programs(family, {c_face});
+}
+
+} // namespace
