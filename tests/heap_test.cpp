@@ -1,10 +1,16 @@
 #include <qvds/heap.h>
 
+#include "check_priority.hpp"
 #include "support.hpp"
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <set>
+
+using qvds::check_heap;
+using qvds::fault;
+using qvds::sound;
 
 namespace {
 
@@ -12,104 +18,388 @@ struct Item {
     int rank;
     uint32_t slot;
 };
-std::string calls; // "1?2" for a compare of what slots 1 and 2 held, "2x1" for an exchange
 
-void note(const Item *a, const char *call, const Item *b) {
+// What the heap has called, by the slots that the items stood in: "1?2" for a compare, "2x1" for
+// an exchange.
+std::string calls;
+
+void note(const Item *a, char call, const Item *b) {
     calls += std::to_string(a->slot) + call + std::to_string(b->slot) + " ";
 }
 int32_t by_rank(const void *a, const void *b) {
-    note(static_cast<const Item *>(a), "?", static_cast<const Item *>(b));
     return static_cast<const Item *>(a)->rank - static_cast<const Item *>(b)->rank;
 }
-void swap(void **a, void **b) {
-    note(static_cast<Item *>(*a), "x", static_cast<Item *>(*b));
+int32_t noted_by_rank(const void *a, const void *b) {
+    note(static_cast<const Item *>(a), '?', static_cast<const Item *>(b));
+    return by_rank(a, b);
+}
+void swap_items(void **a, void **b) {
     std::swap(static_cast<Item *>(*a)->slot, static_cast<Item *>(*b)->slot);
     std::swap(*a, *b);
 }
-
-// Names the invariant that is broken, or nothing.
-std::string fault(const qvds_heap &heap) {
-    for (uint32_t k = 1; k <= heap.count; ++k) {
-        if (heap.swap && static_cast<Item *>(heap.slots[k])->slot != k)
-            return "I1";
-        if (k > 1 && heap.compare(heap.slots[k / 2], heap.slots[k]) < 0)
-            return "I2";
-    }
-    return "";
+void noted_swap(void **a, void **b) {
+    note(static_cast<Item *>(*a), 'x', static_cast<Item *>(*b));
+    swap_items(a, b);
 }
 
-// Adds an item of each rank, then takes all out; parents and children tie on the way.
-TEST(Heap, MakesOtherCallsOrBreaksTiesOtherwise) {
-    void *slots[6];
-    Item items[5] = {{4, 1}, {6, 2}, {6, 3}, {7, 4}, {4, 5}};
-    qvds_heap heap;
-    qvds_heap_init(&heap, slots, by_rank, swap, 5);
-    calls = "";
-    for (Item &item : items)
-        EXPECT_EQ(qvds_heap_insert(&heap, &item), 0);
-    while (qvds_heap_empty(&heap) == 0)
-        qvds_heap_remove_top(&heap);
-    EXPECT_EQ(calls, "1?2 2x1 1?3 2?4 4x2 1?2 2x1 2?5 "
-                     "1x5 2?3 1?2 1x2 2?4 1x4 2?3 1?3 1x3 1x3 1?2 1x2 1x1 ");
-}
+class Heap : public testing::Test {
+  protected:
+    Heap() { calls.clear(); }
 
-// Beside a sorted set; a large heap fetches the items of deep slots ahead.
-TEST(Heap, LosesOrderOrTrackOfSlotsUnderRandomChanges) {
-    test::for_each_seed([](test::Random &random) {
-        const uint32_t capacity = random.one_in(2) ? 5000 : 12;
-        std::vector<void *> slots(capacity + 1);
-        std::vector<Item> items(4 * capacity);
-        std::multiset<int> model;
-        qvds_heap heap;
-        qvds_heap_init(&heap, slots.data(), by_rank, random.one_in(2) ? swap : nullptr, capacity);
-        for (Item &item : items) {
-            const int rank = static_cast<int>(random.below(capacity));
-            calls = "";
-            ASSERT_EQ(qvds_heap_full(&heap), model.size() == capacity);
-            ASSERT_EQ(qvds_heap_empty(&heap), model.empty());
-            if (model.empty() || (model.size() < capacity && !random.one_in(3))) {
-                item = {rank, heap.count + 1};
-                model.insert(rank);
-                qvds_heap_insert(&heap, &item);
-            } else if (random.one_in(2)) {
-                const auto k = static_cast<uint32_t>(1 + random.below(heap.count));
-                const int old = std::exchange(static_cast<Item *>(slots[k])->rank, rank);
-                model.erase(model.find(old));
-                model.insert(rank);
-                rank > old ? qvds_heap_fix_up(&heap, k) : qvds_heap_fix_down(&heap, k, heap.count);
-            } else {
-                void *const top = qvds_heap_find_top(&heap);
-                ASSERT_EQ(static_cast<Item *>(top)->rank, *model.rbegin());
-                ASSERT_EQ(qvds_heap_remove_top(&heap), top);
-                model.erase(std::prev(model.end()));
-            }
-            if (capacity < 100 || random.one_in(500)) {
-                ASSERT_EQ(fault(heap), "");
-            }
+    // Puts items of these ranks behind those in the slots.
+    void fill(std::initializer_list<int> ranks) {
+        for (const int rank : ranks) {
+            Item &item = items[++heap.count];
+            item = {rank, heap.count};
+            slots[heap.count] = &item;
         }
-        items[0].rank = 0, items[1].rank = 1;
-        slots[heap.count = 1] = &items[0], slots[heap.count = 2] = &items[1];
-        EXPECT_EQ(fault(heap), heap.swap ? "I1" : "I2");
+    }
+    // The ranks from slot 1 on, unless an invariant is broken.
+    std::string ranks() {
+        heap.compare = by_rank;
+        if (const fault found = check_heap(heap); found != sound)
+            return testing::PrintToString(found);
+        std::string all;
+        for (uint32_t k = 1; k <= heap.count; ++k)
+            all += std::to_string(static_cast<Item *>(slots[k])->rank) + " ";
+        return all;
+    }
+
+    Item items[9]{};
+    void *slots[9]{};
+    qvds_heap heap{slots, 0, 8, noted_by_rank, noted_swap};
+};
+
+TEST_F(Heap, InitMakesAnEmptyHeap) {
+    qvds_heap fresh;
+    qvds_heap_init(&fresh, slots, by_rank, swap_items, 8);
+    EXPECT_EQ(fresh.slots, slots);
+    EXPECT_EQ(fresh.count, 0U);
+    EXPECT_EQ(fresh.capacity, 8U);
+    EXPECT_EQ(fresh.compare, by_rank);
+    EXPECT_EQ(fresh.swap, swap_items);
+}
+
+TEST_F(Heap, IsEmptyWithoutItemsAndFullAtItsCapacity) {
+    heap.capacity = 3;
+    EXPECT_EQ(qvds_heap_empty(&heap), 1);
+    EXPECT_EQ(qvds_heap_full(&heap), 0);
+    fill({9, 8});
+    EXPECT_EQ(qvds_heap_empty(&heap), 0);
+    EXPECT_EQ(qvds_heap_full(&heap), 0);
+    fill({7});
+    EXPECT_EQ(qvds_heap_full(&heap), 1);
+}
+
+TEST_F(Heap, InsertLiftsTheItemPastParentsOfLowerRank) {
+    fill({8, 6, 7});
+    Item item{9, 4};
+    EXPECT_EQ(qvds_heap_insert(&heap, &item), 0);
+    EXPECT_EQ(calls, "2?4 4x2 1?2 2x1 ");
+    EXPECT_EQ(ranks(), "9 8 7 6 ");
+}
+
+TEST_F(Heap, InsertLeavesTheItemBelowAParentOfEqualRank) {
+    fill({8, 6, 7});
+    Item item{6, 4};
+    qvds_heap_insert(&heap, &item);
+    EXPECT_EQ(calls, "2?4 ");
+    EXPECT_EQ(slots[4], &item);
+}
+
+TEST_F(Heap, InsertIntoAnEmptyHeapCallsNothing) {
+    Item item{1, 1};
+    qvds_heap_insert(&heap, &item);
+    EXPECT_EQ(calls, "");
+    EXPECT_EQ(qvds_heap_find_top(&heap), &item);
+}
+
+TEST_F(Heap, RemoveTopSinksTheLastItem) {
+    fill({9, 8, 7, 6, 5});
+    EXPECT_EQ(qvds_heap_remove_top(&heap), &items[1]);
+    EXPECT_EQ(calls, "1x5 2?3 1?2 1x2 2?4 2x4 ");
+    EXPECT_EQ(ranks(), "8 6 7 5 ");
+}
+
+TEST_F(Heap, RemoveTopOfTheOnlyItemExchangesItWithItself) {
+    fill({9});
+    EXPECT_EQ(qvds_heap_remove_top(&heap), &items[1]);
+    EXPECT_EQ(calls, "1x1 ");
+    EXPECT_EQ(heap.count, 0U);
+}
+
+TEST_F(Heap, FixDownTakesTheLeftOfTwoEqualChildren) {
+    fill({5, 8, 8});
+    qvds_heap_fix_down(&heap, 1, 3);
+    EXPECT_EQ(calls, "2?3 1?2 1x2 ");
+    EXPECT_EQ(ranks(), "8 5 8 ");
+}
+
+TEST_F(Heap, FixDownTakesTheRightChildOfHigherRank) {
+    fill({5, 7, 8});
+    qvds_heap_fix_down(&heap, 1, 3);
+    EXPECT_EQ(calls, "2?3 1?3 1x3 ");
+    EXPECT_EQ(ranks(), "8 7 5 ");
+}
+
+TEST_F(Heap, FixDownLeavesAnItemAboveChildrenOfEqualRank) {
+    fill({8, 7, 8});
+    qvds_heap_fix_down(&heap, 1, 3);
+    EXPECT_EQ(calls, "2?3 1?3 ");
+}
+
+TEST_F(Heap, FixDownLooksNoFurtherThanItsLastSlot) {
+    fill({5, 7, 8});
+    qvds_heap_fix_down(&heap, 1, 2);
+    EXPECT_EQ(calls, "1?2 1x2 ");
+}
+
+TEST_F(Heap, FixDownLooksAtNoSlotWithoutAChild) {
+    heap.slots = nullptr;
+    qvds_heap_fix_down(&heap, 1, 0);
+    qvds_heap_fix_down(&heap, 1, 1);
+    qvds_heap_fix_down(&heap, 5, 3);
+    qvds_heap_fix_down(&heap, 2, 3);
+    EXPECT_EQ(calls, "");
+}
+
+TEST_F(Heap, FixUpOfTheTopLooksAtNoSlot) {
+    heap.slots = nullptr;
+    qvds_heap_fix_up(&heap, 1);
+    qvds_heap_fix_up(&heap, 0);
+    EXPECT_EQ(calls, "");
+}
+
+TEST_F(Heap, ExchangesSlotsItselfWithoutASwapCallback) {
+    heap.swap = nullptr;
+    fill({8, 6, 7});
+    Item item{9, 4};
+    qvds_heap_insert(&heap, &item);
+    EXPECT_EQ(ranks(), "9 8 7 6 ");
+    EXPECT_EQ(qvds_heap_remove_top(&heap), &item);
+    EXPECT_EQ(ranks(), "8 6 7 ");
+}
+
+// Whatever call of compare throws, each item still stands in a slot.
+TEST_F(Heap, AnExceptionOfCompareLosesNoItem) {
+    static int calls_left;
+    heap.compare = [](const void *a, const void *b) {
+        return calls_left-- == 0 ? throw a : by_rank(a, b);
+    };
+    for (int thrower = 0; thrower < 4; ++thrower) {
+        heap.count = 0;
+        fill({3, 8, 7, 6, 5});
+        calls_left = thrower;
+        EXPECT_THROW(qvds_heap_fix_down(&heap, 1, 5), const void *);
+        for (uint32_t k = 1; k <= 5; ++k)
+            EXPECT_EQ(std::count(slots + 1, slots + 6, &items[k]), 1);
+    }
+}
+
+TEST_F(Heap, CheckNamesTheBrokenInvariant) {
+    fill({9, 8, 7, 8, 9});
+    heap.compare = by_rank;
+    EXPECT_EQ(check_heap(heap), (fault{2, &items[5]}));
+    heap.capacity = 4;
+    EXPECT_EQ(check_heap(heap), (fault{1, nullptr}));
+}
+
+// An array of slots 1 to `last`, with a page behind it that may not be touched, and one before it
+// if the array fills its pages; slot 0 then lies in that.
+class GuardedSlots {
+  public:
+    static constexpr size_t page = 65536; // or a divisor of it, on every Linux
+
+    explicit GuardedSlots(uint32_t last)
+        : inside((last * sizeof(void *) + page - 1) / page * page),
+          mapping(mmap(nullptr, inside + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
+        EXPECT_NE(mapping, MAP_FAILED);
+        EXPECT_EQ(mprotect(begin(), inside, PROT_READ | PROT_WRITE), 0);
+        slots = reinterpret_cast<void **>(begin() + inside) - 1 - last;
+    }
+    GuardedSlots(const GuardedSlots &) = delete;
+    GuardedSlots &operator=(const GuardedSlots &) = delete;
+    ~GuardedSlots() { munmap(mapping, inside + 2 * page); }
+
+    void **slots = nullptr;
+
+  private:
+    char *begin() const { return static_cast<char *>(mapping) + page; }
+
+    size_t inside;
+    void *mapping;
+};
+
+// A large heap fetches items ahead from deep slots, which must be there.
+TEST_F(Heap, FixDownReadsNothingBehindTheArray) {
+    Item item{0, 0};
+    for (uint32_t last = 4096; last <= 4112; ++last) {
+        const GuardedSlots array(last);
+        std::fill(array.slots + 1, array.slots + last + 1, &item);
+        heap = {array.slots, last, last, by_rank, nullptr};
+        for (uint32_t k = 1; k <= last; ++k)
+            qvds_heap_fix_down(&heap, k, last);
+        EXPECT_EQ(check_heap(heap), sound);
+    }
+}
+
+TEST_F(Heap, SeventyThousandItemsComeOutByRank) {
+    const uint32_t count = 70'000;
+    const GuardedSlots array(count);
+    std::vector<Item> many(count);
+    qvds_heap_init(&heap, array.slots, by_rank, swap_items, count);
+    for (uint32_t i = 0; i < count; ++i) {
+        many[i] = {static_cast<int>(uint64_t{i} * 48'271 % count), heap.count + 1};
+        qvds_heap_insert(&heap, &many[i]);
+    }
+    EXPECT_EQ(qvds_heap_full(&heap), 1);
+    for (int rank = count - 1; rank >= 0; --rank)
+        ASSERT_EQ(static_cast<Item *>(qvds_heap_remove_top(&heap))->rank, rank);
+    EXPECT_EQ(qvds_heap_empty(&heap), 1);
+}
+
+// All slots there can be, of which only the pages in use exist.
+class HugeHeap : public testing::Test {
+  protected:
+    static constexpr uint32_t last = UINT32_MAX;
+    static constexpr size_t size = (size_t{last} + 1) * sizeof(void *);
+
+    HugeHeap()
+        : array(mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)),
+          slots(static_cast<void **>(array)) {}
+    ~HugeHeap() override {
+        if (array != MAP_FAILED)
+            munmap(array, size);
+    }
+    void SetUp() override {
+        if (array == MAP_FAILED)
+            GTEST_SKIP() << "no address space for 2^32 slots";
+    }
+    static int32_t by_address(const void *a, const void *b) { return (a > b) - (a < b); }
+
+    void *array;
+    void **slots;
+    qvds_heap heap{slots, last, last, by_address, nullptr};
+};
+
+TEST_F(HugeHeap, UsesItsLastSlot) {
+    heap.count = last - 1;
+    qvds_heap_insert(&heap, &heap);
+    EXPECT_EQ(qvds_heap_full(&heap), 1);
+    EXPECT_EQ(qvds_heap_remove_top(&heap), &heap);
+    EXPECT_EQ(slots[last], &heap);
+}
+
+TEST_F(HugeHeap, NumbersChildrenIn32Bits) {
+    const uint32_t k = (uint32_t{1} << 31) + 2; // its children are slots 4 and 5
+    slots[5] = &heap;
+    qvds_heap_fix_down(&heap, k, last);
+    EXPECT_EQ(slots[k], &heap);
+    EXPECT_EQ(slots[5], nullptr);
+    EXPECT_EQ(slots[0], nullptr);
+}
+
+// The operations as the driver calls them.
+struct heap_face {
+    int (*empty)(const qvds_heap *);
+    int (*full)(const qvds_heap *);
+    int (*insert)(qvds_heap *, void *item);
+    void *(*find_top)(const qvds_heap *);
+    void *(*remove_top)(qvds_heap *);
+    void (*fix_up)(qvds_heap *, uint32_t k);
+    void (*fix_down)(qvds_heap *, uint32_t k, uint32_t n);
+};
+const heap_face c_face{
+    .empty = qvds_heap_empty,
+    .full = qvds_heap_full,
+    .insert = qvds_heap_insert,
+    .find_top = qvds_heap_find_top,
+    .remove_top = qvds_heap_remove_top,
+    .fix_up = qvds_heap_fix_up,
+    .fix_down = qvds_heap_fix_down,
+};
+
+enum class step { insert, remove_top, change_rank };
+
+// A heap beside a sorted set.
+class HeapDriver {
+  public:
+    HeapDriver(uint32_t capacity, qvds_heap_swap_fn swap) : array(capacity) {
+        qvds_heap_init(&heap, array.slots, by_rank, swap, capacity);
+    }
+
+    void take(const heap_face &face, step what, uint32_t k, Item *item, int rank) {
+        ASSERT_EQ(face.full(&heap), model.size() == heap.capacity);
+        ASSERT_EQ(face.empty(&heap), model.empty());
+        switch (what) {
+        case step::insert:
+            *item = {rank, heap.count + 1};
+            ASSERT_EQ(face.insert(&heap, item), 0);
+            model.insert(rank);
+            break;
+        case step::remove_top: {
+            void *const top = face.find_top(&heap);
+            ASSERT_EQ(static_cast<Item *>(top)->rank, *model.rbegin());
+            ASSERT_EQ(face.remove_top(&heap), top);
+            model.erase(std::prev(model.end()));
+            break;
+        }
+        case step::change_rank: {
+            const int old = std::exchange(static_cast<Item *>(array.slots[k])->rank, rank);
+            model.erase(model.find(old));
+            model.insert(rank);
+            if (rank > old)
+                face.fix_up(&heap, k);
+            else
+                face.fix_down(&heap, k, heap.count);
+            break;
+        }
+        }
+        ASSERT_EQ(heap.count, model.size());
+    }
+    void expect_sound() const {
+        ASSERT_EQ(check_heap(heap), sound);
+        for (uint32_t k = 1; heap.swap != nullptr && k <= heap.count; ++k)
+            ASSERT_EQ(static_cast<Item *>(heap.slots[k])->slot, k);
+    }
+    uint32_t count() const { return heap.count; }
+
+  private:
+    GuardedSlots array;
+    qvds_heap heap{};
+    std::multiset<int> model;
+};
+
+void run_random_program(test::Random &random, const std::vector<heap_face> &faces,
+                        uint32_t capacity, uint32_t steps_a_check) {
+    HeapDriver driver(capacity, random.one_in(2) ? swap_items : nullptr);
+    std::vector<Item> items(4 * capacity);
+    for (Item &item : items) {
+        const uint32_t count = driver.count();
+        const bool grows = count == 0 || (count < capacity && !random.one_in(3));
+        const step shrinks = random.one_in(2) ? step::remove_top : step::change_rank;
+        driver.take(faces[random.below(faces.size())], grows ? step::insert : shrinks,
+                    count > 0 ? static_cast<uint32_t>(1 + random.below(count)) : 0, &item,
+                    static_cast<int>(random.below(capacity)));
+        if (testing::Test::HasFailure())
+            return;
+        if (random.one_in(steps_a_check))
+            driver.expect_sound();
+    }
+}
+
+TEST_F(Heap, FollowsAModelInRandomPrograms) {
+    test::for_each_seed([](test::Random &random) {
+        for (int program = 0; program < 20; ++program)
+            run_random_program(random, {c_face}, 12, 1);
     });
 }
 
-// All slots there can be, of which only the pages in use exist. In 32 bits, the children of slot
-// 2^31 + 2 are slots 4 and 5.
-TEST(Heap, MiscountsSlotsAbove31Bits) {
-    const uint32_t last = UINT32_MAX, deep = (uint32_t{1} << 31) + 2;
-    void *const array = mmap(nullptr, (size_t{last} + 1) * sizeof(void *), PROT_READ | PROT_WRITE,
-                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (array == MAP_FAILED)
-        GTEST_SKIP() << "no address space for 2^32 slots";
-    auto **const slots = static_cast<void **>(array);
-    const auto by_address = [](const void *a, const void *b) { return (a > b) - (a < b); };
-    qvds_heap heap{slots, last - 1, last, by_address, nullptr};
-    qvds_heap_insert(&heap, &heap);
-    EXPECT_EQ(qvds_heap_remove_top(&heap), &heap);
-    slots[5] = &heap;
-    qvds_heap_fix_down(&heap, deep, last);
-    EXPECT_TRUE(slots[deep] == &heap && slots[5] == nullptr && slots[0] == nullptr);
-    munmap(array, (size_t{last} + 1) * sizeof(void *));
+// With 8192 slots, slot 0 lies in the page before the array.
+TEST_F(Heap, FollowsAModelWhenLarge) {
+    test::for_each_seed(
+        [](test::Random &random) { run_random_program(random, {c_face}, 8192, 500); });
 }
 
 } // namespace
