@@ -4,7 +4,7 @@
 #ifndef QVDS_TESTS_CHAINS_HPP
 #define QVDS_TESTS_CHAINS_HPP
 
-#include "check_chains.hpp"
+#include "fault.hpp"
 #include "support.hpp"
 
 #include <algorithm>

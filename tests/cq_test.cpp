@@ -1,15 +1,15 @@
 #include <qvds/cq.h>
 
-#include "check_priority.hpp"
+#include "fault.hpp"
 #include "support.hpp"
 
 #include <algorithm>
 #include <cstring>
 #include <deque>
 
-using qvds::check_cq;
 using qvds::fault;
 using qvds::sound;
+using qvds::core::check_cq;
 
 namespace {
 

@@ -1,10 +1,11 @@
 #include <qvds/fifo.h>
 #include <qvds/fifo2.h>
+#include <qvds/fifo2.hpp>
 
 #include "chains.hpp"
 
 using namespace test;
-using qvds::check_fifo2;
+using qvds::core::check_fifo2;
 
 namespace {
 
@@ -181,8 +182,66 @@ const chain_face c_face{
     .pop_tail = qvds_fifo2_pop_tail,
     .extract_existing = qvds_fifo2_extract_existing,
 };
+// The same through the typed face, on the same records.
+qvds::fifo2_view<&Item::node> typed(qvds_list *list) {
+    return qvds::fifo2_view<&Item::node>(*list);
+}
+Item &item(void *elem) {
+    return *static_cast<Item *>(elem);
+}
+const chain_face typed_face{
+    .init = qvds_fifo_init,
+    .push =
+        [](qvds_list *list, void *elem) {
+            typed(list).push_front(item(elem));
+            return elem;
+        },
+    .insert_sorted =
+        [](qvds_list *list, void *elem, qvds_compare_fn compare) {
+            typed(list).insert_sorted(item(elem), [=](const Item &stored, const Item &added) {
+                return compare(&added, &stored) > 0;
+            });
+            return elem;
+        },
+    .pop = [](qvds_list *list) -> void * { return typed(list).pop_front(); },
+    .extract = [](qvds_list *list, const void *key, qvds_compare_fn compare) -> void * {
+        return typed(list).extract_if([=](const Item &i) { return compare(key, &i) == 0; });
+    },
+    .concat =
+        [](qvds_list *dest, qvds_list *src) {
+            typed(dest).concat(typed(src));
+            return dest;
+        },
+    .cut =
+        [](qvds_list *list, qvds_list *out, void *elem) {
+            auto behind = typed(list).cut(item(elem));
+            *out = std::exchange(behind.c_record(), {});
+            return out;
+        },
+    .append =
+        [](qvds_list *list, void *elem) {
+            typed(list).push_back(item(elem));
+            return elem;
+        },
+    .insert =
+        [](qvds_list *list, void *after, void *elem) {
+            auto queue = typed(list);
+            if (after == nullptr || queue.empty())
+                queue.insert(queue.begin(), item(elem));
+            else
+                queue.insert_after(item(after), item(elem));
+            return elem;
+        },
+    .pop_tail = [](qvds_list *list) -> void * { return typed(list).pop_back(); },
+    .extract_existing =
+        [](qvds_list *list, void *elem) {
+            typed(list).unlink(item(elem));
+            return elem;
+        },
+};
+
 const chain_family family{
-    .check = qvds::check_fifo2,
+    .check = qvds::core::check_fifo2,
     .has_tail = true,
     .has_back_links = true,
     .steps = {step::push, step::append, step::insert, step::insert_sorted, step::pop,
@@ -194,8 +253,8 @@ TEST_F(Fifo2, FollowsAModelInEveryShortProgram) {
     run_all_short_programs(family, c_face);
 }
 
-TEST_F(Fifo2, FollowsAModelInRandomPrograms) {
-    run_random_programs(family, {c_face});
+TEST_F(Fifo2, FollowsAModelInRandomProgramsThroughEitherFace) {
+    run_random_programs(family, {c_face, typed_face});
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include "chains.hpp"
 
 using namespace test;
-using qvds::check_fifo;
+using qvds::core::check_fifo;
 
 namespace {
 
@@ -155,7 +155,7 @@ const chain_face c_face{
     .insert = qvds_fifo_insert,
 };
 const chain_family family{
-    .check = qvds::check_fifo,
+    .check = qvds::core::check_fifo,
     .has_tail = true,
     .has_back_links = false,
     .steps = {step::push, step::append, step::insert, step::insert_sorted, step::pop, step::find,

@@ -1,9 +1,11 @@
 #!/bin/sh
 # usage: headers.sh INCLUDE_DIR CC CXX: each public header compiles alone and without a warning, as
-# C11, C++17 and C++20, and includes freestanding headers only. Dropping a new root draws a
-# warning.
+# C11, C++17 and C++20, and includes freestanding headers only; each typed header as C++20 and C++23,
+# also without exceptions and run-time types, and so does every member of every typed class.
+# Dropping a new root draws a warning.
 set -eu
 include=$1 cc=$2 cxx=$3 failures=0
+tests=$(dirname "$0")
 warnings='-Wall -Wextra -pedantic -Wconversion -Wcast-align -Wcast-qual -Wshadow -Werror'
 
 fail() {
@@ -29,6 +31,25 @@ extern int unit;"
         fail "$name includes $foreign"
     [ "$name" = qvds.h ] || grep -q "#include <qvds/$name>" "$include/qvds/qvds.h" ||
         fail "qvds.h leaves out $name"
+done
+
+without='-fno-exceptions -fno-rtti'
+for header in "$include"/qvds/*.hpp "$include"/qvds/core/*.hpp; do
+    name=${header#"$include"/}
+    for options in '-std=c++20' "-std=c++2b $without"; do
+        # shellcheck disable=SC2086 # lists of options
+        echo "#include <$name>" | "$cxx" -x c++ $options $warnings -I "$include" -fsyntax-only - ||
+            fail "$name with $options"
+    done
+    case $name in
+    qvds/qvds.hpp | qvds/core/*) ;;
+    *) grep -q "#include <$name>" "$include/qvds/qvds.hpp" || fail "qvds.hpp leaves out $name" ;;
+    esac
+done
+for options in "-std=c++20 $without" '-std=c++2b'; do
+    # shellcheck disable=SC2086 # lists of options
+    "$cxx" $options $warnings -I "$include" -S -o /dev/null "$tests/instantiations.cpp" ||
+        fail "instantiations with $options"
 done
 
 # gcc looks at results only when it generates code, so -fsyntax-only won't do.

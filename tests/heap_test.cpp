@@ -1,6 +1,6 @@
 #include <qvds/heap.h>
 
-#include "check_priority.hpp"
+#include "fault.hpp"
 #include "support.hpp"
 
 #include <sys/mman.h>
@@ -8,9 +8,9 @@
 #include <algorithm>
 #include <set>
 
-using qvds::check_heap;
 using qvds::fault;
 using qvds::sound;
+using qvds::core::check_heap;
 
 namespace {
 

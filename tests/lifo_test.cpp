@@ -3,7 +3,7 @@
 #include "chains.hpp"
 
 using namespace test;
-using qvds::check_lifo;
+using qvds::core::check_lifo;
 
 namespace {
 
@@ -126,10 +126,8 @@ const chain_face c_face{
         },
     .concat = [](qvds_list *dest,
                  qvds_list *src) { return as_list(qvds_lifo_concat(as_lifo(dest), as_lifo(src))); },
-    .cut =
-        [](qvds_list *list, qvds_list *out, void *elem) {
-            return as_list(qvds_lifo_cut(as_lifo(list), as_lifo(out), elem));
-        },
+    .cut = [](qvds_list *list, qvds_list *out,
+              void *elem) { return as_list(qvds_lifo_cut(as_lifo(list), as_lifo(out), elem)); },
 };
 const chain_family family{
     .check = [](const qvds_list &list) { return check_lifo({list.top}); },

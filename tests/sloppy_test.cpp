@@ -3,7 +3,7 @@
 #include "chains.hpp"
 
 using namespace test;
-using qvds::check_sloppy;
+using qvds::core::check_sloppy;
 
 namespace {
 

@@ -1,0 +1,103 @@
+// Keys, comparisons and projections of the typed classes, and the concepts that they are held to.
+
+#ifndef QVDS_CORE_ORDER_HPP
+#define QVDS_CORE_ORDER_HPP
+
+#include <compare>
+#include <concepts>
+#include <cstddef>
+#include <type_traits>
+
+namespace qvds::core {
+
+// The projection of an element onto itself.
+struct identity {
+    template <class T>
+    constexpr T &operator()(T &elem) const noexcept {
+        return elem;
+    }
+};
+
+// What a projection makes of an element: a data member, the result of a member function, or that of
+// any other callable.
+template <class Projection, class T>
+constexpr decltype(auto) project(Projection &&projection, T &elem) {
+    using kind = std::remove_cvref_t<Projection>;
+    if constexpr (std::is_member_object_pointer_v<kind>)
+        return (elem.*projection);
+    else if constexpr (std::is_member_function_pointer_v<kind>)
+        return (elem.*projection)();
+    else
+        return projection(elem);
+}
+
+template <class A, class B>
+concept of_one_sign =
+    !std::integral<A> || !std::integral<B> || std::signed_integral<A> == std::signed_integral<B>;
+
+template <class T>
+concept character_pointer = std::is_pointer_v<std::decay_t<T>> &&
+                            std::same_as < std::remove_cv_t<std::remove_pointer_t<std::decay_t<T>>>,
+char > ;
+
+// Orders by <=> where the two have it, else by <.
+struct natural_order {
+    template <class A, class B>
+    constexpr auto operator()(const A &a, const B &b) const {
+        static_assert(!character_pointer<A> || !character_pointer<B>,
+                      "qvds: pointers to characters would be compared by address; project to a "
+                      "std::string_view");
+        static_assert(of_one_sign<A, B>,
+                      "qvds: a signed and an unsigned key do not compare; convert one of them");
+        if constexpr (requires { a <=> b; })
+            return a <=> b;
+        else
+            return a < b;
+    }
+};
+
+template <class Verdict>
+constexpr void check_verdict() {
+    static_assert(!std::same_as<Verdict, std::partial_ordering>,
+                  "qvds: std::partial_ordering is no order to sort by (a NaN would match any key); "
+                  "give a comparison that orders all values, as std::strong_order does");
+    static_assert(std::same_as<Verdict, bool> || std::same_as<Verdict, std::strong_ordering> ||
+                      std::same_as<Verdict, std::weak_ordering>,
+                  "qvds: a comparison gives bool (whether the first is less), std::strong_ordering "
+                  "or std::weak_ordering");
+}
+
+// Whether a comes before b.
+template <class Compare, class A, class B>
+constexpr bool is_less(Compare &compare, const A &a, const B &b) {
+    using verdict = std::remove_cvref_t<decltype(compare(a, b))>;
+    check_verdict<verdict>();
+    if constexpr (std::same_as<verdict, bool>)
+        return compare(a, b);
+    else
+        return compare(a, b) < 0;
+}
+
+// -1, 0 or 1 as a comes before b, with it, or behind it. A comparison that only tells less is asked
+// twice.
+template <class Compare, class A, class B>
+constexpr int three_way(Compare &compare, const A &a, const B &b) {
+    using verdict = std::remove_cvref_t<decltype(compare(a, b))>;
+    check_verdict<verdict>();
+    if constexpr (std::same_as<verdict, bool>) {
+        return compare(a, b) ? -1 : static_cast<int>(static_cast<bool>(compare(b, a)));
+    } else {
+        const auto order = compare(a, b);
+        return static_cast<int>(order > 0) - static_cast<int>(order < 0);
+    }
+}
+
+// The predicate that tells an element by its key.
+template <class T, class Key, class Projection>
+constexpr auto has_key(const Key &key, Projection &projection) {
+    return [&](const T &elem) -> bool { return project(projection, elem) == key; };
+}
+
+} // namespace qvds::core
+
+#endif

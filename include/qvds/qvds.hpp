@@ -1,0 +1,13 @@
+#ifndef QVDS_QVDS_HPP
+#define QVDS_QVDS_HPP
+
+/// All typed classes at once. Each header also stands alone.
+
+#include <qvds/check.hpp>
+#include <qvds/dispose.hpp>
+#include <qvds/hook.hpp>
+
+// Chains through the caller's records.
+#include <qvds/fifo2.hpp>
+
+#endif
