@@ -4,7 +4,7 @@
 #include "data.hpp"
 
 #include <qvds/fifo.h>
-#include <qvds/fifo2.h>
+#include <qvds/fifo2.hpp>
 #include <qvds/lifo.h>
 #include <qvds/sloppy.h>
 
@@ -308,6 +308,22 @@ struct fifo2 : ours<"qvds_fifo2"> {
         qvds_fifo2_push(&head, &r);
     }
     void walk(uint64_t &sum) const { qvds_node_enum(&head, fold_key<record>, &sum); }
+};
+
+struct typed_fifo2 : typed<"qvds::fifo2"> {
+    struct hook {
+        qvds_node link;
+    };
+    using record = bench::record<hook>;
+    qvds::fifo2<qvds::hook<record, &hook::link>> list;
+
+    void clear() { list.clear(); }
+    void push(record &r) { list.push_front(r); }
+    void touch(record &r) {
+        list.unlink(r);
+        list.push_front(r);
+    }
+    void walk(uint64_t &sum) const { walk_over(list, sum); }
 };
 
 struct gqueue_lru : gqueue {
@@ -670,8 +686,9 @@ const rows chains = {
      enter<push_pop, lifo, gqueue, insque_ring, boost_slist<false>, bsd_slist, hand_stack>},
     {"fifo/push-pop", sizes({1.05, 2.6}),
      enter<push_pop, fifo, gqueue_fifo, insque_queue, boost_slist<true>, bsd_stailq>},
-    {"fifo2/touch", sizes({1.25, 1.9}, {1.0, 1.3}, {1.0, 1.3}),
-     enter<touch, fifo2, gqueue_lru, insque_ring, boost_list, bsd_tailq, std_list_lru>},
+    {"fifo2/touch", sizes({1.25, 1.05}, {1.0, 1.05}, {1.0, 1.05}),
+     enter<touch, fifo2, typed_fifo2, gqueue_lru, insque_ring, boost_list, bsd_tailq,
+           std_list_lru>},
     {"node/walk-ordered", sizes({1.0, 1.3}),
      enter<walk_ordered, lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
     {"node/walk-shuffled", sizes({1.0, 1.3}, {1.0, 1.02}, {1.0, 1.02}),

@@ -54,6 +54,15 @@ const figure *outcome::best(side on) const {
     return found;
 }
 
+size_t face_beside(side on, const std::vector<side> &sides) {
+    const side wanted = on == side::inlined || on == side::limit ? side::typed : side::ours;
+    const auto ours = [](side s) { return s == side::ours || s == side::typed; };
+    auto face = std::find(sides.begin(), sides.end(), wanted);
+    if (face == sides.end())
+        face = std::find_if(sides.begin(), sides.end(), ours);
+    return static_cast<size_t>(face - sides.begin());
+}
+
 namespace {
 
 struct options {
@@ -185,10 +194,14 @@ outcome contest(const row &r, const instance &at, const options &o, const std::s
     }
 
     outcome result{r.name, at, rounds, {}};
+    std::vector<side> sides;
+    for (const contender &c : contenders)
+        sides.push_back(c.on);
     for (size_t i = 0; i < contenders.size(); ++i) {
+        const std::vector<double> &our_ns = ns[face_beside(sides[i], sides)];
         std::vector<double> ratios(rounds);
         for (size_t round = 0; round < rounds; ++round)
-            ratios[round] = ns[0][round] / ns[i][round];
+            ratios[round] = our_ns[round] / ns[i][round];
         result.figures.push_back({contenders[i].name,
                                   contenders[i].on,
                                   0,

@@ -26,8 +26,10 @@
 namespace bench {
 
 // Called: behind a library's exports, with callbacks. Inlined: compiled into the caller. Limit: a
-// hand-written loop that does the memory work of the operation and nothing else.
-enum class side { ours, called, inlined, limit };
+// hand-written loop that does the memory work of the operation and nothing else. Of our own two
+// faces the C functions (ours) stand beside what is called, and the typed classes (typed) beside
+// what is inlined and beside the limit; where a row has only one of them, that stands for both.
+enum class side { ours, typed, called, inlined, limit };
 
 // The ratio to reach against the best of each class; 0 where none is set.
 struct goal {
@@ -158,6 +160,8 @@ struct contestant {
 template <literal text>
 using ours = contestant<text, side::ours>;
 template <literal text>
+using typed = contestant<text, side::typed>;
+template <literal text>
 using called = contestant<text, side::called>;
 template <literal text>
 using inlined = contestant<text, side::inlined>;
@@ -183,17 +187,20 @@ struct figure {
     std::string name;
     side on;
     double ns;                 // median over the rounds, per operation
-    double ratio, quartile[2]; // our time to theirs
+    double ratio, quartile[2]; // the time of our face of the same class to theirs
 };
 
 struct outcome {
     std::string row;
     instance at;
     size_t rounds;
-    std::vector<figure> figures; // ours first
+    std::vector<figure> figures;
 
     const figure *best(side on) const; // the fastest of a class, or null
 };
+
+// Which of the contenders on these sides is our face that stands beside that class.
+size_t face_beside(side on, const std::vector<side> &sides);
 
 // Operations this short shift with the alignment of the code around them: read their ratios with a
 // tenth of tolerance.

@@ -22,6 +22,8 @@ const char *name_of(side on) {
     switch (on) {
     case side::ours:
         return "ours";
+    case side::typed:
+        return "typed";
     case side::called:
         return "called";
     case side::inlined:
@@ -36,8 +38,16 @@ double goal_of(const outcome &result, side on) {
     return on == side::called ? result.at.to_reach.called : result.at.to_reach.inlined;
 }
 
+// Our face that stands beside a class.
+const figure &face(const outcome &result, side on) {
+    std::vector<side> sides;
+    for (const figure &f : result.figures)
+        sides.push_back(f.on);
+    return result.figures[face_beside(on, sides)];
+}
+
 bool brief(const outcome &result, const figure &f) {
-    return std::min(result.figures[0].ns, f.ns) < brief_ns;
+    return std::min(face(result, f.on).ns, f.ns) < brief_ns;
 }
 
 bool missed(const outcome &result, const figure &f) {
@@ -131,8 +141,8 @@ bool write_plot(const std::string &path, const std::vector<outcome> &results) {
                   "font-family='sans-serif' font-size='11'>\n",
                   width, y + 30)
         << format("<rect width='%g' height='%g' fill='white'/>\n", width, y + 30);
-    draw_axis(svg, panels[0], y, "Our time to that of the best that is called");
-    draw_axis(svg, panels[1], y, "Our time to that of the best that is inlined");
+    draw_axis(svg, panels[0], y, "C functions: our time to that of the best that is called");
+    draw_axis(svg, panels[1], y, "Typed classes: our time to that of the best that is inlined");
     svg << format("<text x='%g' y='42' fill='#555'>dots: sizes from light (in cache) to dark "
                   "(memory); red: goal; left of 1: faster than they are</text>\n",
                   label_width)
@@ -157,12 +167,17 @@ bool write_csv(const std::string &path, const std::vector<outcome> &results) {
 
 bool write_table(const std::string &path, const std::vector<outcome> &results) {
     std::ofstream page(path);
-    page << "| operation | size | ns | best called | ratio (goal) | best inlined | ratio (goal) | "
-            "to the limit |\n|---|---|--:|---|---|---|---|--:|\n";
+    page << "| operation | size | C ns | best called | ratio (goal) | typed ns | best inlined | "
+            "ratio (goal) | to the limit |\n|---|---|--:|---|---|--:|---|---|--:|\n";
     for (const outcome &r : results) {
-        page << "| " << r.row << " | " << r.at.label << format(" | %.2f |", r.figures[0].ns);
-        for (const side on : {side::called, side::inlined}) {
-            if (const figure *const f = r.best(on))
+        page << "| " << r.row << " | " << r.at.label << " |";
+        for (const auto &[ours, theirs] :
+             {std::pair{side::ours, side::called}, std::pair{side::typed, side::inlined}}) {
+            if (const figure *const f = r.best(ours))
+                page << format(" %.2f |", f->ns);
+            else
+                page << " |";
+            if (const figure *const f = r.best(theirs))
                 page << ' ' << f->name << format(" %.2f | ", f->ns) << verdict(r, *f) << " |";
             else
                 page << " | |";
@@ -188,16 +203,18 @@ constexpr std::string_view end_mark = "<!-- end of figures -->\n";
 
 void print_heading() {
     std::printf("%s\nratio: our time to theirs, (goal); ~ a brief operation, read with a tenth of "
-                "tolerance; ! goal missed\n\n%-23s %4s %9s  %-38s  %-38s %s\n",
-                machine().c_str(), "operation", "size", "ns", "best called: ns, ratio (goal)",
-                "best inlined: ns, ratio (goal)", "to the limit");
+                "tolerance; ! goal missed\n\n%-23s %4s %9s  %-38s %9s  %-38s %s\n",
+                machine().c_str(), "operation", "size", "C ns", "best called: ns, ratio (goal)",
+                "typed ns", "best inlined: ns, ratio (goal)", "to the limit");
 }
 
 void print_line(const outcome &result) {
-    std::printf("%-23s %4s %9.2f", result.row.c_str(), result.at.label.c_str(),
-                result.figures[0].ns);
-    for (const side on : {side::called, side::inlined}) {
-        const figure *const f = result.best(on);
+    std::printf("%-23s %4s", result.row.c_str(), result.at.label.c_str());
+    for (const auto &[ours, theirs] :
+         {std::pair{side::ours, side::called}, std::pair{side::typed, side::inlined}}) {
+        const figure *const own = result.best(ours);
+        std::printf(" %9s", own != nullptr ? format("%.2f", own->ns).c_str() : "");
+        const figure *const f = result.best(theirs);
         std::printf("  %-22.22s", f != nullptr ? f->name.c_str() : "");
         std::printf(" %s", f != nullptr
                                ? format("%7.2f  %-14s", f->ns, verdict(result, *f).c_str()).c_str()
