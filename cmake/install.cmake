@@ -1,17 +1,32 @@
-# Headers, library, pkg-config file and CMake package, all found relative to where they lie, so that
+# Headers, libraries, pkg-config file and CMake package, all found relative to where they lie, so that
 # an installed tree can be moved.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS qvds EXPORT qvds-targets)
+install(TARGETS qvds_static EXPORT qvds-targets)
+if(BUILD_SHARED_LIBS)
+  install(TARGETS qvds EXPORT qvds-targets)
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qvds TYPE INCLUDE)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qvds)
-install(EXPORT qvds-targets NAMESPACE qvds:: FILE qvds-config.cmake DESTINATION ${package_dir})
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/qvds-config-version.cmake
-  COMPATIBILITY SameMajorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/qvds-config-version.cmake DESTINATION ${package_dir})
+install(EXPORT qvds-targets NAMESPACE qvds:: DESTINATION ${package_dir})
+configure_file(cmake/qvds-config-version.cmake.in qvds-config-version.cmake @ONLY)
+install(FILES cmake/qvds-config.cmake ${PROJECT_BINARY_DIR}/qvds-config-version.cmake
+        DESTINATION ${package_dir})
 
-file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
-configure_file(${PROJECT_SOURCE_DIR}/cmake/qvds.pc.in ${PROJECT_BINARY_DIR}/qvds.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/qvds.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# pkg-config leaves out the flags that name the compiler's own folders, but only where it sees them
+# in their plain form: under /usr the prefix is spelt out.
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH pc_prefix /${pkgconfig_dir} /)
+string(REGEX REPLACE "/$" "" pc_prefix "\${pcfiledir}/${pc_prefix}")
+configure_file(cmake/qvds.pc.in qvds.pc @ONLY)
+set(pc_prefix /usr)
+configure_file(cmake/qvds.pc.in usr/qvds.pc @ONLY)
+install(CODE "set(pkgconfig_dir [[${pkgconfig_dir}]])\nset(pc_dir [[${PROJECT_BINARY_DIR}]])")
+install(CODE [[
+  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND NOT IS_ABSOLUTE ${pkgconfig_dir})
+    string(APPEND pc_dir /usr)
+  endif()
+  cmake_path(ABSOLUTE_PATH pkgconfig_dir BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX})
+  file(INSTALL ${pc_dir}/qvds.pc DESTINATION ${pkgconfig_dir})
+]])

@@ -1,35 +1,51 @@
 #!/bin/sh
-# usage: consumer.sh BUILD_DIR CC CXX GENERATOR: installs the library, moves the tree, and builds and
-# runs outside programs against it: two in C through pkg-config, one of which names every exported
-# symbol while the other is the README's, and one in C++ through find_package.
+# usage: consumer.sh BUILD_DIR CC CXX GENERATOR: installs the library, moves the tree to a folder with
+# an awkward name, and builds and runs outside programs against it: in C through pkg-config one that
+# names every exported symbol, with the shared library and the static one, and the README's; in C++
+# through find_package.
 set -eu
 build=$1 cc=$2 cxx=$3 generator=$4
 tests=$(cd "$(dirname "$0")" && pwd)
 work=$build/consumer
+prefix="$work/Dünne Bretter"
 rm -rf "$work"
 mkdir -p "$work"
 
-cmake --install "$build" --prefix "$work/first" >"$work/install.log"
-mv "$work/first" "$work/moved"
-prefix=$work/moved
+cmake --install "$build" --prefix "$work/first"
+mv "$work/first" "$prefix"
 library=$(dirname "$(find "$prefix" -name libqvds.so)")
-
-sed 's/.*/EXPORTED(&)/' "$tests/exports.txt" >"$work/exports.def"
 PKG_CONFIG_PATH=$library/pkgconfig
 export PKG_CONFIG_PATH
-# shellcheck disable=SC2046 # lists of options
-"$cc" -std=c11 -Wall -Wextra -pedantic -Werror -I "$work" $(pkg-config --cflags qvds) \
-    "$tests/consumer/main.c" $(pkg-config --libs qvds) -o "$work/from_c"
+
+# compile PROGRAM OPTION...: a C source of ours, its options last. What pkg-config prints is quoted for
+# a shell.
+compile() {
+    program=$1
+    shift
+    "$cc" -std=c11 -Wall -Wextra -pedantic -Werror -I "$work" "$@" -o "$work/$program"
+}
+eval "set -- $(pkg-config --cflags --libs qvds)"
+
+sed 's/.*/EXPORTED(&)/' "$tests/exports.txt" >"$work/exports.def"
+compile from_c "$tests/consumer/main.c" "$@"
 LD_LIBRARY_PATH=$library "$work/from_c"
 
 # The program that the README shows.
 awk '/^```/ { inside = $0 == "```c"; next } inside' "$tests/../README.md" >"$work/readme.c"
-# shellcheck disable=SC2046 # lists of options
-"$cc" -std=c11 -Wall -Wextra -pedantic -Werror $(pkg-config --cflags qvds) "$work/readme.c" \
-    $(pkg-config --libs qvds) -o "$work/readme"
+compile readme "$work/readme.c" "$@"
 [ "$(LD_LIBRARY_PATH=$library "$work/readme" | tr '\n' ' ')" = '1 2 3 ' ]
 
+eval "set -- $(pkg-config --static --cflags --libs qvds)"
+compile from_c_static "$tests/consumer/main.c" -Wl,-Bstatic "$@" -Wl,-Bdynamic
+"$work/from_c_static"
+
+# Under /usr there is nothing to say but the library's name.
+DESTDIR=$work/stage cmake --install "$build" --prefix /usr
+PKG_CONFIG_PATH=$(dirname "$(find "$work/stage" -name qvds.pc)")
+[ "$(pkg-config --cflags --libs qvds | tr -d ' ')" = -lqvds ]
+
 cmake -G "$generator" -S "$tests/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
-    -DCMAKE_CXX_COMPILER="$cxx" >"$work/cmake.log"
-cmake --build "$work/cmake" >>"$work/cmake.log"
+    -DCMAKE_CXX_COMPILER="$cxx"
+cmake --build "$work/cmake"
 "$work/cmake/from_cpp"
+"$work/cmake/from_cpp_static"

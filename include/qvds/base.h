@@ -2,12 +2,17 @@
 #define QVDS_BASE_H
 
 /** @file
- * What every header of the library shares: linkage, and the two callback types that the families
- * have in common.
+ * What every header of the library shares: version, linkage, and the two callback types that the
+ * families have in common.
  */
 
 #include <stddef.h>
 #include <stdint.h>
+
+/** The version of these headers. It is stated here alone: the build takes it from these lines. */
+#define QVDS_VERSION_MAJOR 1
+#define QVDS_VERSION_MINOR 0
+#define QVDS_VERSION_PATCH 0
 
 /** Marks what the shared object exports. */
 #define QVDS_API __attribute__((visibility("default")))
