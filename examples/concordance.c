@@ -1,5 +1,5 @@
 /*
- * concordance FILE [FROM [TO]]: the words of a text in alphabetical order, with the lines that they
+ * concordance [FILE [FROM [TO]]]: the words of a text in alphabetical order, with the lines that they
  * stand on; all of them, or those in a range.
  *
  * The AA tree holds one record for each different word. Looking a word up and adding it are the
@@ -11,6 +11,10 @@
 #include <qvds/aa.h>
 
 #include "text.h"
+
+static const char usage[] =
+    "usage: concordance [FILE [FROM [TO]]]\n"
+    "Lists the words of a text, or those in a range, with the lines that they stand on.\n";
 
 enum { LINES_KEPT = 6 };
 
@@ -58,7 +62,10 @@ static const struct entry *first_from(const AA_node *index, struct word word, in
 }
 
 static void print(const struct entry *entry) {
-    printf("%-16.*s %6zu  on", (int)entry->word.length, entry->word.start, entry->count);
+    printf("%.*s", (int)entry->word.length, entry->word.start);
+    for (size_t column = characters(&entry->word); column < 16; ++column)
+        putchar(' ');
+    printf(" %6zu  on", entry->count);
     for (size_t i = 0; i < entry->line_count && i < LINES_KEPT; ++i)
         printf(" %zu", entry->lines[i]);
     puts(entry->line_count > LINES_KEPT ? " ..." : "");
@@ -80,8 +87,16 @@ static struct entry *new_entry(void) {
     return entry;
 }
 
+/* An end of the range is read as the text is, and so folded to lower case. */
+static struct word first_word(char *argument) {
+    struct word word;
+    size_t at = 0;
+    next_word((struct text){argument, strlen(argument)}, &at, &word);
+    return word;
+}
+
 int main(int argc, char **argv) {
-    struct text text = read_text(argc, argv);
+    struct text text = read_text(argc, argv, 3, usage);
     struct entry *spare = new_entry();
     struct word from = {"", 0}, to = {NULL, 0}; /* null for an open end */
     AA_node *index = NULL, *root, *twin;
@@ -102,9 +117,9 @@ int main(int argc, char **argv) {
         ++total;
     }
     if (argc > 2)
-        from = (struct word){argv[2], strlen(argv[2])};
+        from = first_word(argv[2]);
     if (argc > 3)
-        to = (struct word){argv[3], strlen(argv[3])};
+        to = first_word(argv[3]);
     for (const struct entry *entry = first_from(index, from, 1);
          entry != NULL && (to.start == NULL || compare_words(&entry->word, &to) <= 0);
          entry = first_from(index, entry->word, 0)) {
@@ -115,5 +130,5 @@ int main(int argc, char **argv) {
     free(spare);
     AA_free(index);
     free(text.bytes);
-    return 0;
+    return finish();
 }

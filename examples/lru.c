@@ -1,5 +1,5 @@
 /*
- * lru FILE: how large must a cache be to be worth having?
+ * lru [FILE]: how large must a cache be to be worth having?
  *
  * Simulates a least-recently-used cache over the words of a text, for capacities that double, and
  * draws the hit rate. All records of the cache lie in one array. One in use is in two containers at
@@ -14,6 +14,9 @@
 #include <qvds/lifo.h>
 
 #include "text.h"
+
+static const char usage[] = "usage: lru [FILE]\n"
+                            "Simulates caches of growing capacity over the words of a text.\n";
 
 struct record {
     qvds_node in_queue; /* first, so that a record is an element of queue and stack */
@@ -71,7 +74,7 @@ static size_t simulate(struct text text, size_t capacity, size_t *words) {
 }
 
 int main(int argc, char **argv) {
-    struct text text = read_text(argc, argv);
+    struct text text = read_text(argc, argv, 1, usage);
     size_t words, hits, last_hits = (size_t)-1;
 
     puts("capacity  hit rate");
@@ -93,5 +96,5 @@ int main(int argc, char **argv) {
         printf("words: %zu, of them met before: %.1f %%\n", words,
                100.0 * (double)hits / (double)words);
     free(text.bytes);
-    return 0;
+    return finish();
 }

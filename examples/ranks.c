@@ -1,5 +1,5 @@
 /*
- * ranks FILE: ranks the words of a text by how often they occur: percentiles, the ten at the top,
+ * ranks [FILE]: ranks the words of a text by how often they occur: percentiles, the ten at the top,
  * and a histogram.
  *
  * Two counted trees: one in the order of the words, to count each, and one in the order of the
@@ -9,6 +9,9 @@
 #include <qvds/qv_tree.h>
 
 #include "text.h"
+
+static const char usage[] = "usage: ranks [FILE]\n"
+                            "Ranks the words of a text by how often they occur.\n";
 
 struct counted {
     struct word word;
@@ -76,8 +79,8 @@ static qv_tree *show(qv_tree *ranks, uint32_t rank, int number, const char *unit
     const struct counted *item;
     ranks = qv_tree_partition(ranks, (int32_t)rank);
     item = ranks->item;
-    printf("  %3d%-2s %8zu  %.*s\n", number, unit, item->count,
-           item->word.length < 40 ? (int)item->word.length : 40, item->word.start);
+    printf("  %3d%-2s %8zu  %.*s\n", number, unit, item->count, cut(&item->word, 40),
+           item->word.start);
     return ranks;
 }
 
@@ -102,7 +105,7 @@ static qv_tree *count_words(struct text text, size_t *total) {
 
 int main(int argc, char **argv) {
     static const int percent[] = {0, 25, 50, 75, 90, 99, 100};
-    struct text text = read_text(argc, argv);
+    struct text text = read_text(argc, argv, 1, usage);
     qv_tree *ranks = &qv_tree_null;
     size_t total;
     uint32_t count;
@@ -125,5 +128,5 @@ int main(int argc, char **argv) {
 
     qv_tree_iter(ranks, release, QV_TREE_POSTORDER, NULL);
     free(text.bytes);
-    return 0;
+    return finish();
 }

@@ -8,12 +8,12 @@
  * block is cut, and marked with the number of bytes left out.
  */
 
-#include <errno.h>
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
-
 #include <qvds/qvcq.h>
+
+#include "text.h"
+
+static const char usage[] = "usage: tail [-n LINES] [FILE]\n"
+                            "Prints the last lines of a file, 10 unless told otherwise.\n";
 
 /* What a block holds: at most WIDTH bytes of a line, its newline included. */
 enum { WIDTH = 4096 };
@@ -61,7 +61,7 @@ static int tail(FILE *in, const char *name, size_t lines) {
         fprintf(stderr, "tail: %s: %s\n", name, strerror(errno));
     print_lines(&ring);
     qvcq_destroy(&ring);
-    return failed != 0;
+    return finish() || failed;
 }
 
 /* Returns the number that text holds, or 0 if it is none that a ring can take. */
@@ -73,16 +73,17 @@ static size_t parse_lines(const char *text) {
 
 int main(int argc, char **argv) {
     size_t lines = 10;
-    int next = 1;
-    if (next + 1 < argc && strcmp(argv[next], "-n") == 0) {
-        lines = parse_lines(argv[next + 1]);
-        next += 2;
+    if (argc > 2 && strcmp(argv[1], "-n") == 0) {
+        lines = parse_lines(argv[2]);
+        if (lines == 0) {
+            fprintf(stderr, "tail: lines are from 1 to %d\n", INT32_MAX - 1);
+            return 2;
+        }
+        argc -= 2;
+        argv += 2;
     }
-    if (lines == 0 || next + 1 < argc) {
-        fprintf(stderr, "usage: tail [-n LINES] [FILE], with LINES from 1 to %d\n", INT32_MAX - 1);
-        return 1;
-    }
-    const char *const name = next < argc ? argv[next] : "-";
+    check_arguments(argc, argv, 1, usage);
+    const char *const name = argc > 1 ? argv[1] : "-";
     if (strcmp(name, "-") == 0)
         return tail(stdin, "standard input", lines);
     FILE *const in = fopen(name, "rb");

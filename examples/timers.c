@@ -1,5 +1,5 @@
 /*
- * timers FILE: one timer for each word of a text, in a calendar queue and in a heap side by side.
+ * timers [FILE]: one timer for each word of a text, in a calendar queue and in a heap side by side.
  *
  * The clock moves on by one tick with each word. A word starts a timer of ten ticks for each of its
  * letters; a comma behind a word cancels the timer of the word before. Both containers hold the
@@ -13,10 +13,14 @@
 
 #include "text.h"
 
+static const char usage[] = "usage: timers [FILE]\n"
+                            "Starts, cancels and fires a timer for each word of a text.\n";
+
 enum {
-    DAYS = 256,     /* long words wait for the second revolution */
-    LONGEST = 400,  /* ticks */
-    CAPACITY = 400, /* one timer starts in a tick, so that many wait at a time */
+    DAYS = 256,                  /* long words wait for the second revolution */
+    LETTER = 10,                 /* ticks */
+    LONGEST = 40,                /* letters that count */
+    CAPACITY = LETTER * LONGEST, /* one timer starts in a tick, so that many wait at a time */
     SHOWN = 5
 };
 
@@ -61,7 +65,8 @@ static void check(int agree) {
 
 static struct timer *start(struct timers *timers, struct word word, uint32_t now) {
     struct timer *timer = must(malloc(sizeof *timer));
-    const size_t delay = word.length < LONGEST / 10 ? word.length * 10 : LONGEST;
+    const size_t letters = characters(&word);
+    const size_t delay = LETTER * (letters < LONGEST ? letters : LONGEST);
 
     timer->word = word;
     timer->started = now;
@@ -91,8 +96,7 @@ static int32_t fire(void *elem, void *ctx) {
     check(!qvds_heap_empty(&timers->heap) && qvds_heap_remove_top(&timers->heap) == timer);
     if (timers->calendar.expired < SHOWN)
         printf("tick %u: \"%.*s\", started at %u\n", timer->entry.expires,
-               (int)(timer->entry.expires - timer->started) / 10, timer->word.start,
-               timer->started);
+               cut(&timer->word, LONGEST), timer->word.start, timer->started);
     free(timer);
     return 0;
 }
@@ -110,7 +114,7 @@ static void tick(struct timers *timers, uint32_t now) {
 
 int main(int argc, char **argv) {
     static struct timers timers; /* its days are null */
-    struct text text = read_text(argc, argv);
+    struct text text = read_text(argc, argv, 1, usage);
     struct timer *before = NULL, *timer;
     struct word word;
     uint32_t now = 0;
@@ -133,5 +137,5 @@ int main(int argc, char **argv) {
            timers.calendar.expired, timers.most);
     printf("the calendar looked at %u\n", timers.calendar.scanned);
     free(text.bytes);
-    return 0;
+    return finish();
 }

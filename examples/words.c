@@ -1,5 +1,5 @@
 /*
- * words FILE: counts the words of a text, shows how two hash functions spread them over the same
+ * words [FILE]: counts the words of a text, shows how two hash functions spread them over the same
  * buckets, and then drops the rare words from inside a walk over the table.
  *
  * hash_atoi adds up the bytes of a key. That is cheap and it is blind to their order: words of one
@@ -11,6 +11,9 @@
 #include <qvds/keyed_hash.h>
 
 #include "text.h"
+
+static const char usage[] = "usage: words [FILE]\n"
+                            "Counts the words of a text, and drops the rare ones.\n";
 
 enum { BUCKETS = 8191, TOP = 10, RARE = 5 };
 
@@ -118,7 +121,7 @@ static int32_t release(void *count, int32_t index, void *ctx, void *ctx2) {
 }
 
 int main(int argc, char **argv) {
-    struct text text = read_text(argc, argv);
+    struct text text = read_text(argc, argv, 1, usage);
     hashlist *table = must(hash_create(BUCKETS, fnv1a, NULL, compare_text));
     hashlist *by_sum = must(hash_create(BUCKETS, sum, NULL, compare_text));
     list_link *top = NULL;
@@ -140,5 +143,5 @@ int main(int argc, char **argv) {
     hash_iterate_del(table, release, NULL, NULL);
     hash_del(table);
     free(text.bytes);
-    return 0;
+    return finish();
 }

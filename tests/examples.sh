@@ -1,0 +1,34 @@
+#!/bin/sh
+# usage: examples.sh EXAMPLES_DIR: the example programs explain themselves, refuse what they don't
+# understand, notice a full disk, and keep words whole whose letters take more than a byte.
+set -eu
+cd "$1"
+failures=0
+text=$(mktemp)
+trap 'rm "$text"' EXIT
+printf 'Ärger, “naïve” Ärger' >"$text"
+
+fail() {
+    echo "FAILED: $*"
+    failures=$((failures + 1))
+}
+
+# expect STATUS OUTPUT COMMAND...: runs a command with its output in a file or device.
+expect() {
+    expected=$1 output=$2 status=0
+    shift 2
+    "$@" >"$output" 2>/dev/null || status=$?
+    [ "$status" = "$expected" ] || fail "$* >$output ended with $status instead of $expected"
+}
+
+while read -r example; do
+    expect 0 /dev/null "./$example" "$text"
+    expect 0 /dev/null "./$example" --help
+    expect 2 /dev/null "./$example" --frobnicate
+    expect 2 /dev/null "./$example" "$text" b c d
+    expect 1 /dev/null "./$example" "$text.missing"
+    expect 1 /dev/full "./$example" "$text"
+done <list
+listed=$(./concordance "$text" | awk '{ print $1, $2 }' | tr '\n' ';')
+[ "$listed" = 'naïve 1;Ärger 2;2 of;' ] || fail "concordance listed $listed"
+exit "$((failures > 0))"
