@@ -70,19 +70,15 @@ template <class Visit>
     begin_walk(*head);
     void *result = nullptr;
     int32_t index = 0;
-    unsigned states = 0; // the flags of all links met
     for (list_link *link = *head; link != nullptr; link = link->next, ++index) {
-        states |= link->state;
-        if (link->hook == nullptr || !is_live(link))
-            continue;
-        result = visit(link, index);
-        states |= link->state;
+        if (link->hook != nullptr && is_live(link))
+            result = visit(link, index);
+        if (!is_live(link))
+            (*head)->reserved = 1;
         if (result != nullptr)
             break;
     }
     list_link *const present = *head; // see end_walk
-    if ((states & LIST_STATE_DELETED) != 0)
-        present->reserved = 1;
     --present->iters;
     if (present->reserved != 0)
         list_compact(head);
