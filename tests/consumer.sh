@@ -30,10 +30,25 @@ sed 's/.*/EXPORTED(&)/' "$tests/exports.txt" >"$work/exports.def"
 compile from_c "$tests/consumer/main.c" "$@"
 LD_LIBRARY_PATH=$library "$work/from_c"
 
-# The program that the README shows.
-awk '/^```/ { inside = $0 == "```c"; next } inside' "$tests/../README.md" >"$work/readme.c"
-compile readme "$work/readme.c" "$@"
-[ "$(LD_LIBRARY_PATH=$library "$work/readme" | tr '\n' ' ')" = '1 2 3 ' ]
+# The programs that the README shows. A block of code that begins with the name of a file is that
+# file.
+awk -v to="$work" '
+    /^```/ { file = ""; first = 1; next }
+    first && /^(\/\*|\/\/) [a-z]+\.[a-z]+/ { file = to "/" $2; print "" >file }
+    { first = 0 }
+    file { print >file }' "$tests/../README.md"
+compile program_c "$work/program.c" "$@"
+compile fill.o -c "$work/fill.c" "$@"
+compile_cpp() {
+    output=$1
+    shift
+    "$cxx" -std=c++20 -Wall -Wextra -pedantic -Werror -o "$work/$output" "$@"
+}
+compile_cpp program_cpp "$work/program.cpp" "$@"
+compile_cpp walk "$work/walk.cpp" "$work/fill.o" "$@"
+[ "$(LD_LIBRARY_PATH=$library "$work/program_c" | tr '\n' ' ')" = '1 2 3 ' ]
+[ "$("$work/program_cpp" | tr '\n' ' ')" = '1 2 3 ' ] # needs no library at run time
+[ "$(LD_LIBRARY_PATH=$library "$work/walk" | tr '\n' ' ')" = '1 2 ' ]
 
 eval "set -- $(pkg-config --static --cflags --libs qvds)"
 compile from_c_static "$tests/consumer/main.c" -Wl,-Bstatic "$@" -Wl,-Bdynamic
