@@ -309,7 +309,7 @@ class fifo2 {
     }
 
     /// Exchanges the elements of two queues.
-    void swap(fifo2 &other) noexcept { std::swap(list_, other.list_); }
+    void swap(fifo2 &other) noexcept { std::swap(*list_.get(), *other.list_.get()); }
     friend void swap(fifo2 &a, fifo2 &b) noexcept { a.swap(b); }
 
   private:
