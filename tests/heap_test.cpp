@@ -259,45 +259,27 @@ TEST_F(Heap, SeventyThousandItemsComeOutByRank) {
 }
 
 // All slots there can be, of which only the pages in use exist.
-class HugeHeap : public testing::Test {
-  protected:
-    static constexpr uint32_t last = UINT32_MAX;
-    static constexpr size_t size = (size_t{last} + 1) * sizeof(void *);
-
-    HugeHeap()
-        : array(mmap(nullptr, size, PROT_READ | PROT_WRITE,
-                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)),
-          slots(static_cast<void **>(array)) {}
-    ~HugeHeap() override {
-        if (array != MAP_FAILED)
-            munmap(array, size);
-    }
-    void SetUp() override {
-        if (array == MAP_FAILED)
-            GTEST_SKIP() << "no address space for 2^32 slots";
-    }
-    static int32_t by_address(const void *a, const void *b) { return (a > b) - (a < b); }
-
-    void *array;
-    void **slots;
-    qvds_heap heap{slots, last, last, by_address, nullptr};
-};
-
-TEST_F(HugeHeap, UsesItsLastSlot) {
-    heap.count = last - 1;
+TEST_F(Heap, NumbersSlotsIn32Bits) {
+    constexpr uint32_t last = UINT32_MAX;
+    constexpr size_t size = (size_t{last} + 1) * sizeof(void *);
+    void *const array = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (array == MAP_FAILED)
+        GTEST_SKIP() << "no address space for 2^32 slots";
+    auto **const all = static_cast<void **>(array);
+    const auto by_address = [](const void *a, const void *b) { return (a > b) - (a < b); };
+    heap = {all, last - 1, last, by_address, nullptr};
     qvds_heap_insert(&heap, &heap);
-    EXPECT_EQ(qvds_heap_full(&heap), 1);
     EXPECT_EQ(qvds_heap_remove_top(&heap), &heap);
-    EXPECT_EQ(slots[last], &heap);
-}
+    EXPECT_EQ(all[last], &heap);
 
-TEST_F(HugeHeap, NumbersChildrenIn32Bits) {
-    const uint32_t k = (uint32_t{1} << 31) + 2; // its children are slots 4 and 5
-    slots[5] = &heap;
-    qvds_heap_fix_down(&heap, k, last);
-    EXPECT_EQ(slots[k], &heap);
-    EXPECT_EQ(slots[5], nullptr);
-    EXPECT_EQ(slots[0], nullptr);
+    const uint32_t deep = (uint32_t{1} << 31) + 2; // its children are slots 4 and 5
+    all[5] = &heap;
+    qvds_heap_fix_down(&heap, deep, last);
+    EXPECT_EQ(all[deep], &heap);
+    EXPECT_EQ(all[5], nullptr);
+    EXPECT_EQ(all[0], nullptr);
+    munmap(array, size);
 }
 
 // The operations as the driver calls them.
