@@ -26,7 +26,7 @@ Items visited;
 int32_t visit(void *elem, void *ctx) {
     visited.push_back(static_cast<Item *>(elem));
     visited.back()->node = {stray, stray};
-    return elem == ctx ? -7 : 0;
+    return elem == ctx ? INT32_MIN : 0;
 }
 
 std::string visited_names() {
@@ -69,12 +69,12 @@ TEST_F(Node, ReverseEnumLetsElementsBeReleasedFromTheBackOn) {
 }
 
 TEST_F(Node, EnumStopsWithAnyResultButZero) {
-    EXPECT_EQ(qvds_node_enum(&list, visit, &b), -7);
+    EXPECT_EQ(qvds_node_enum(&list, visit, &b), INT32_MIN);
     EXPECT_EQ(visited_names(), "ab");
 }
 
 TEST_F(Node, ReverseEnumStopsWithAnyResultButZero) {
-    EXPECT_EQ(qvds_node_reverse_enum(&list, visit, &b), -7);
+    EXPECT_EQ(qvds_node_reverse_enum(&list, visit, &b), INT32_MIN);
     EXPECT_EQ(visited_names(), "cb");
 }
 
