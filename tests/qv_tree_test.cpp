@@ -1,181 +1,424 @@
 #include <qvds/qv_tree.h>
 
-#include "support.hpp"
-
 #include <pthread.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <numeric>
 
+#include "check_qv_tree.hpp"
+#include "support.hpp"
+
 namespace {
+
+using qvds::check_qv_tree, qvds::fault, qvds::sound;
 
 qv_tree *const none = &qv_tree_null;
 
-// Items are characters dressed as pointers.
-void *item_of(char key) {
-    return reinterpret_cast<void *>(intptr_t{key});
-}
-char key_of(const void *item) {
-    return static_cast<char>(reinterpret_cast<intptr_t>(item));
-}
+struct Item {
+    int key;
+};
+std::string asked; // what compare was given: "key?stored key " for each call
+
 int32_t compare(const void *item, const void *stored) {
-    return static_cast<int32_t>(reinterpret_cast<intptr_t>(item) -
-                                reinterpret_cast<intptr_t>(stored));
+    return static_cast<const Item *>(item)->key - static_cast<const Item *>(stored)->key;
+}
+int32_t compare_and_note(const void *item, const void *stored) {
+    for (const void *given : {item, stored})
+        asked += static_cast<char>(static_cast<const Item *>(given)->key);
+    asked += ' ';
+    return compare(item, stored);
 }
 
-// The model of a tree is an order of insertions that makes it. A node that single rotations bring
-// up to another's place moves, in that order, before the other.
-std::string raised(std::string order, char key, size_t place = 0) {
-    std::stable_partition(&order[place], &order[order.size()], [&](char at) { return at == key; });
-    return order;
+int key_of(const qv_tree *t) {
+    return static_cast<const Item *>(t->item)->key;
 }
-std::string balanced(const std::string &sorted) {
-    const size_t half = sorted.size() / 2;
-    if (sorted.empty())
+
+// Most items here are named by a character, their key.
+Item *item_of(char key) {
+    static std::vector<Item> items(128);
+    Item &item = items[static_cast<size_t>(key)];
+    item.key = key;
+    return &item;
+}
+
+// The ways to reach a counted tree, of which one may well alternate between others. The tests that take
+// a face go through each.
+struct Face {
+    const char *name;
+    decltype(&qv_tree_insert) insert;
+    decltype(&qv_tree_find) find;
+    decltype(&qv_tree_rotate_right) rotate_right;
+    decltype(&qv_tree_rotate_left) rotate_left;
+    decltype(&qv_tree_partition) partition;
+    decltype(&qv_tree_balance) balance;
+    decltype(&qv_tree_join) join;
+    decltype(&qv_tree_delete) erase;
+};
+const Face faces[] = {{"C", qv_tree_insert, qv_tree_find, qv_tree_rotate_right, qv_tree_rotate_left,
+                       qv_tree_partition, qv_tree_balance, qv_tree_join, qv_tree_delete}};
+
+qv_tree *tree_of(const std::string &order, const Face &face = faces[0]) {
+    qv_tree *root = none;
+    for (const char key : order)
+        root = face.insert(root, compare, item_of(key));
+    return root;
+}
+
+void release(qv_tree *t) {
+    const auto release_node = [](void *node, void *) -> int32_t { return free(node), 0; };
+    qv_tree_iter(t, release_node, QV_TREE_POSTORDER, nullptr);
+}
+
+// A shape is written in pre-order: "4213" is 4 over 2, which is over 1 and 3.
+std::string shape_of(const qv_tree *t) {
+    if (t == none)
         return "";
-    return sorted[half] + balanced(sorted.substr(0, half)) + balanced(sorted.substr(half + 1));
+    return static_cast<char>(key_of(t)) + shape_of(t->left) + shape_of(t->right);
 }
-std::pair<std::string, std::string> split(std::string order, char key) {
+
+// The model of a tree is an order of insertions that makes it. Several orders make the same shape.
+using Order = std::string;
+
+// The keys below a key and the others, in the order that they have.
+std::pair<Order, Order> split(Order order, char key) {
     const auto less = [key](char at) { return at < key; };
     const auto middle = std::stable_partition(order.begin(), order.end(), less);
     return {{order.begin(), middle}, {middle, order.end()}};
 }
 
-// The invariant that a tree breaks, or 0 if it is the one that the order makes.
-int broken(const qv_tree *t, const std::string &order) {
-    const bool written = none->count != 0 || none->item || none->left || none->right;
-    if (t == none || t == nullptr)
-        return t == none && !written && order.empty() ? 0 : 3;
-    if (t->count != order.size())
-        return 1;
-    if (key_of(t->item) != order[0])
-        return 2;
+std::string shape_made_by(const Order &order) {
+    if (order.empty())
+        return "";
     const auto [less, greater] = split(order.substr(1), order[0]);
-    return std::max(broken(t->left, less), broken(t->right, greater));
+    return order[0] + shape_made_by(less) + shape_made_by(greater);
 }
 
-qv_tree *tree_of(const std::string &order) {
-    qv_tree *root = none;
-    for (const char key : order)
-        root = qv_tree_insert(root, compare, item_of(key));
-    return root;
-}
-void expect(qv_tree *t, const std::string &order) {
-    ASSERT_EQ(broken(t, order), 0) << order;
-    const auto release = [](void *node, void *) -> int32_t { return free(node), 1; };
-    qv_tree_iter(t, release, QV_TREE_POSTORDER, nullptr);
+// Rotating a node up to another's place makes the tree that inserts it before that one.
+Order rotated_up(Order order, char key, size_t place = 0) {
+    std::stable_partition(&order[place], &order[order.size()], [&](char at) { return at == key; });
+    return order;
 }
 
-// Does all that can be done to the tree of an order of keys from '0' on and below the end.
-void try_everything(const std::string &order, char end) {
-    std::string sorted = order;
-    std::sort(sorted.begin(), sorted.end());
-    const int count = static_cast<int>(order.size());
-    for (int rank = -1; rank <= count; ++rank) {
-        const char key = sorted.c_str()[std::max(0, std::min(rank, count - 1))];
-        expect(qv_tree_partition(tree_of(order), rank), raised(order, key));
-    }
-    for (char key = '0'; key < end; ++key) {
-        const auto [less, others] = split(order, key);
-        const char least = sorted.c_str()[less.size()];
-        expect(qv_tree_join(tree_of(less), tree_of(others)),
-               less.empty() ? order : raised(order, least));
+std::string sorted(Order order) {
+    std::sort(order.begin(), order.end());
+    return order;
+}
 
-        qv_tree *const tree = tree_of(order);
-        const qv_tree *const found = qv_tree_find(tree, compare, item_of(key));
-        const bool absent = order.find(key) == std::string::npos;
-        EXPECT_TRUE(found == nullptr ? absent : key_of(found->item) == key);
-        expect(qv_tree_insert(tree_of(order), compare, item_of(key)), absent ? order + key : order);
-        std::string rest = order;
-        if (found != nullptr && found->left != none && found->right != none)
-            rest = raised(order, sorted[less.size() + 1], order.find(key)); // the successor
-        std::erase(rest, key);
-        expect(qv_tree_delete(tree, compare, item_of(key)), rest);
+bool contains(const Order &order, char key) {
+    return order.find(key) != Order::npos;
+}
+
+// A node's neighbours among all keys hang below it if they are inserted after it. If both do, the
+// greater one takes its place.
+Order without(const Order &order, char key) {
+    if (!contains(order, key))
+        return order;
+    const std::string all = sorted(order);
+    const size_t place = order.find(key), rank = all.find(key);
+    const bool less_below = rank > 0 && order.find(all[rank - 1]) > place;
+    const bool greater_below = rank + 1 < all.size() && order.find(all[rank + 1]) > place;
+    Order rest = less_below && greater_below ? rotated_up(order, all[rank + 1], place) : order;
+    std::erase(rest, key);
+    return rest;
+}
+
+// The order that makes a balanced tree of these keys.
+Order halved(const std::string &all) {
+    const size_t half = all.size() / 2;
+    if (all.empty())
+        return "";
+    return all[half] + halved(all.substr(0, half)) + halved(all.substr(half + 1));
+}
+
+// Expects a sound tree of the shape that the order makes, and releases it.
+void expect(qv_tree *t, const Order &order) {
+    ASSERT_EQ(check_qv_tree(t, compare), sound);
+    EXPECT_EQ(shape_of(t), shape_made_by(order));
+    release(t);
+}
+
+// The keys of a tree that begins with '1', and those between, before and behind them.
+std::string keys_around(const Order &order) {
+    std::string all(1, '0');
+    while (!order.empty() && all.back() <= sorted(order).back())
+        all += static_cast<char>(all.back() + 1);
+    return all;
+}
+
+// Calls body(face, order) for every order of insertions of up to seven items, and for two whose
+// longest ways are longer than the ways that the library remembers: along the right edge of a left
+// subtree, and along the left edge.
+template <class Body>
+void for_each_tree(Body body) {
+    std::vector<Order> orders{Order("1~"), Order()};
+    for (char key = '2'; key < '2' + 70; ++key)
+        orders[0] += key;
+    orders[1] = sorted(orders[0]);
+    std::reverse(orders[1].begin(), orders[1].end());
+    for (size_t n = 0; n <= 7; ++n) {
+        Order order = Order("13579;=").substr(0, n);
+        do
+            orders.push_back(order);
+        while (std::next_permutation(order.begin(), order.end()));
     }
-    expect(qv_tree_balance(tree_of(order)), balanced(sorted));
-    if (!order.empty()) {
-        const auto [less, greater] = split(order.substr(1), order[0]);
-        expect(qv_tree_rotate_right(tree_of(order)), raised(order, less.c_str()[0]));
-        expect(qv_tree_rotate_left(tree_of(order)), raised(order, greater.c_str()[0]));
-    }
+    for (const Face &face : faces)
+        for (const Order &order : orders) {
+            SCOPED_TRACE(std::string(face.name) + ", tree of " + order);
+            body(face, order);
+            if (testing::Test::HasFailure())
+                return;
+        }
 }
 
 } // namespace
 
-TEST(QvTree, PredicateMissesABrokenInvariant) {
-    qv_tree leaf{1, item_of('3'), none, nullptr}, root{2, item_of('2'), none, &leaf};
-    EXPECT_EQ(broken(&root, "23"), 3);
-    leaf.right = none;
-    EXPECT_EQ(broken(&root, "24"), 2);
-    root.count = 1;
-    EXPECT_EQ(broken(&root, "23"), 1);
+TEST(CountedTree, CheckTellsTheBrokenInvariantAndWhere) {
+    qv_tree three{1, item_of('3'), none, none}, one{1, item_of('1'), none, none};
+    qv_tree two{3, item_of('2'), &one, &three};
+    EXPECT_EQ(check_qv_tree(&two, compare), sound);
+
+    three.item = item_of('2');
+    EXPECT_EQ(check_qv_tree(&two, compare), (fault{2, &three}));
+    three.item = item_of('3');
+    one.item = item_of('2');
+    EXPECT_EQ(check_qv_tree(&two, compare), (fault{2, &one}));
+    one.item = item_of('1');
+
+    two.count = 4;
+    EXPECT_EQ(check_qv_tree(&two, compare), (fault{1, &two}));
+    two.count = 3;
+    three.right = &two; // a cycle
+    EXPECT_EQ(check_qv_tree(&two, compare), (fault{1, &three}));
+    three.right = nullptr;
+    EXPECT_EQ(check_qv_tree(&two, compare), (fault{3, &three}));
+
+    qv_tree_null.item = &three;
+    EXPECT_EQ(check_qv_tree(&one, compare), (fault{3, none}));
+    qv_tree_null.item = nullptr;
+    EXPECT_EQ(check_qv_tree(nullptr, compare), (fault{3, nullptr}));
 }
 
-TEST(QvTree, SmallTreeTakesAnotherShape) {
-    for (size_t n = 0; n <= 7 && !HasFailure(); ++n) {
-        std::string order = std::string("13579;=").substr(0, n);
-        do
-            try_everything(order, static_cast<char>('1' + 2 * n));
-        while (std::next_permutation(order.begin(), order.end()));
-    }
+TEST(CountedTree, NewMakesALeaf) {
+    qv_tree *const leaf = qv_tree_new(item_of('1'));
+    EXPECT_EQ(leaf->count, 1U);
+    EXPECT_EQ(leaf->item, item_of('1'));
+    EXPECT_EQ(leaf->left, none);
+    EXPECT_EQ(leaf->right, none);
+    release(leaf);
 }
 
-// The way is longer than what may be kept of it: along an edge on the right of a left subtree, and
-// leftwards.
-TEST(QvTree, LongWayIsCountedWrongly) {
-    std::string order = "1~";
-    for (char key = '2'; key < '2' + 70; ++key)
-        order += key;
-    try_everything(order, '~' + 1);
-    std::sort(order.rbegin(), order.rend());
-    try_everything(order, '~' + 1);
+TEST(CountedTree, InsertAddsALeafUnlessAnEqualItemIsThere) {
+    for_each_tree([](const Face &face, const Order &order) {
+        for (const char key : keys_around(order)) {
+            qv_tree *const t = face.insert(tree_of(order, face), compare, item_of(key));
+            expect(t, contains(order, key) ? order : order + key);
+        }
+    });
 }
 
-TEST(QvTree, WalkTakesAWrongTurnOrDumpWritesOtherBytes) {
-    qv_tree one{1, item_of('1'), none, none}, three{1, item_of('3'), none, none};
-    qv_tree four{2, item_of('4'), &three, none}, two{4, item_of('2'), &one, &four};
-    const auto print = [](const qv_tree *t, FILE *out) { fputc(key_of(t->item), out); };
+TEST(CountedTree, FindGivesTheNodeOrNull) {
+    for_each_tree([](const Face &face, const Order &order) {
+        qv_tree *const t = tree_of(order, face);
+        for (const char key : keys_around(order)) {
+            const qv_tree *const found = face.find(t, compare, item_of(key));
+            ASSERT_EQ(found != nullptr, contains(order, key));
+            if (found != nullptr) {
+                EXPECT_EQ(key_of(found), key);
+            }
+        }
+        expect(t, order);
+    });
+}
+
+TEST(CountedTree, DeletePutsTheSmallestOnTheRightInTheNodesPlace) {
+    for_each_tree([](const Face &face, const Order &order) {
+        for (const char key : keys_around(order))
+            expect(face.erase(tree_of(order), compare, item_of(key)), without(order, key));
+    });
+}
+
+TEST(CountedTree, InsertFindAndDeleteAskOncePerLevelWithTheStoredItemSecond) {
+    qv_tree *t = tree_of("4213657");
+    asked.clear();
+    EXPECT_EQ(key_of(qv_tree_find(t, compare_and_note, item_of('5'))), '5');
+    EXPECT_EQ(asked, "54 56 55 ");
+    asked.clear();
+    t = qv_tree_insert(t, compare_and_note, item_of('8'));
+    EXPECT_EQ(asked, "84 86 87 ");
+    asked.clear();
+    t = qv_tree_delete(t, compare_and_note, item_of('2'));
+    EXPECT_EQ(asked, "24 22 ");
+    expect(t, "4316578");
+}
+
+TEST(CountedTree, RotationsBringTheChildUpIfThereIsOne) {
+    for_each_tree([](const Face &face, const Order &order) {
+        if (order.empty())
+            return; // the sentinel cannot be rotated
+        const auto [less, greater] = split(order.substr(1), order[0]);
+        expect(face.rotate_right(tree_of(order)),
+               less.empty() ? order : rotated_up(order, less[0]));
+        expect(face.rotate_left(tree_of(order)),
+               greater.empty() ? order : rotated_up(order, greater[0]));
+    });
+}
+
+TEST(CountedTree, PartitionBringsARankToTheRoot) {
+    for_each_tree([](const Face &face, const Order &order) {
+        const int32_t count = static_cast<int32_t>(order.size());
+        for (int32_t rank = 0; rank < count; ++rank) {
+            const char key = sorted(order)[static_cast<size_t>(rank)];
+            expect(face.partition(tree_of(order), rank), rotated_up(order, key));
+        }
+    });
+}
+
+TEST(CountedTree, PartitionTakesTheNearestRankThatThereIs) {
+    for_each_tree([](const Face &face, const Order &order) {
+        const int32_t count = static_cast<int32_t>(order.size());
+        if (count == 0)
+            return;
+        for (const int32_t rank : {-1, INT32_MIN})
+            expect(face.partition(tree_of(order), rank), rotated_up(order, sorted(order).front()));
+        for (const int32_t rank : {count, count + 1, INT32_MAX})
+            expect(face.partition(tree_of(order), rank), rotated_up(order, sorted(order).back()));
+    });
+    for (const int32_t rank : {-1, 0, 1})
+        EXPECT_EQ(qv_tree_partition(none, rank), none);
+}
+
+TEST(CountedTree, BalancePutsTheMiddleAtTheRootOfEverySubtree) {
+    EXPECT_EQ(halved("1234567"), "4213657");
+    for_each_tree([](const Face &face, const Order &order) {
+        expect(face.balance(tree_of(order)), halved(sorted(order)));
+    });
+}
+
+TEST(CountedTree, JoinHangsTheLesserTreeOnTheSmallestNodeOfTheOther) {
+    for_each_tree([](const Face &face, const Order &order) {
+        for (const char key : keys_around(order)) {
+            const auto [less, others] = split(order, key);
+            const bool both = !less.empty() && !others.empty();
+            expect(face.join(tree_of(less), tree_of(others)),
+                   both ? rotated_up(order, sorted(others)[0]) : order);
+        }
+    });
+}
+
+TEST(CountedTree, IterAndDumpGoInTheOrderAskedFor) {
+    const auto print = [](const qv_tree *t, FILE *out) { fputc(key_of(t), out); };
     const auto visit = [](void *node, void *out) -> int32_t {
-        return fputc(key_of(static_cast<qv_tree *>(node)->item), static_cast<FILE *>(out));
+        return fputc(key_of(static_cast<qv_tree *>(node)), static_cast<FILE *>(out));
     };
+    const auto written = [&](const qv_tree *t, int32_t order, int32_t depth) {
+        char text[100] = "";
+        FILE *const stream = fmemopen(text, sizeof text, "w");
+        qv_tree_iter(const_cast<qv_tree *>(t), visit, order, stream);
+        fputc('|', stream);
+        qv_tree_dump(t, print, order, stream, depth);
+        fputc('|', stream);
+        qv_tree_dump(t, nullptr, order, stream, 0);
+        fclose(stream);
+        return std::string(text);
+    };
+    qv_tree *const t = tree_of("2143");
+    EXPECT_EQ(written(t, QV_TREE_INORDER, 0), "1234| 12  3 4|    ");
+    EXPECT_EQ(written(t, QV_TREE_PREORDER, 1), "2143| 2  1  4   3|    ");
+    EXPECT_EQ(written(t, QV_TREE_POSTORDER, 0), "1342| 1  3 42|    ");
+    EXPECT_EQ(written(t, 3, 0), "||");
+    EXPECT_EQ(written(t, -1, 0), "||");
+    EXPECT_EQ(written(none, QV_TREE_PREORDER, 5), "||");
+    release(t);
+}
+
+TEST(CountedTree, DumpEndsABranchAtANullLink) {
+    qv_tree leaf{1, item_of('1'), nullptr, nullptr};
     char text[100] = "";
     FILE *const stream = fmemopen(text, sizeof text, "w");
-    for (int32_t order = QV_TREE_INORDER; order <= 3; ++order) {
-        qv_tree_iter(&two, visit, order, stream);
-        qv_tree_dump(&two, print, order, stream, order);
-        fputc('|', stream);
-    }
-    four.left = nullptr; // which only a dump allows
-    qv_tree_dump(&two, nullptr, QV_TREE_INORDER, stream, 0);
+    for (const int32_t order : {QV_TREE_INORDER, QV_TREE_PREORDER, QV_TREE_POSTORDER})
+        qv_tree_dump(&leaf, nullptr, order, stream, 2);
     fclose(stream);
-    EXPECT_STREQ(text, "1234 12  3 4|2143 2  1  4   3|1342   1    3   4  2||  ");
+    EXPECT_STREQ(text, "      ");
 }
 
-TEST(QvTree, ChainOverrunsTheStack) {
+TEST(CountedTree, IterReadsTheLinksThatItGoesOnByAfterTheVisit) {
+    const auto cut_right = [](void *node, void *count) -> int32_t {
+        static_cast<qv_tree *>(node)->right = none;
+        return ++*static_cast<int *>(count);
+    };
+    for (const int32_t order : {QV_TREE_INORDER, QV_TREE_PREORDER}) {
+        qv_tree leaf{1, item_of('3'), none, none}, left{1, item_of('1'), none, none};
+        qv_tree root{3, item_of('2'), &left, &leaf};
+        int visits = 0;
+        qv_tree_iter(&root, cut_right, order, &visits);
+        EXPECT_EQ(visits, 2);
+    }
+}
+
+TEST(CountedTree, HoldsSeventyThousandItems) {
+    constexpr int count = 70'000;
+    std::vector<Item> items(count + 100);
+    for (int key = 0; Item & item : items)
+        item.key = key++;
+    std::vector<size_t> order(count);
+    std::iota(order.begin(), order.end(), 0);
+    std::shuffle(order.begin(), order.end(), std::mt19937(1));
+
+    qv_tree *root = none;
+    for (const size_t i : order)
+        root = qv_tree_insert(root, compare, &items[i]);
+    ASSERT_EQ(check_qv_tree(root, compare), sound);
+    ASSERT_EQ(root->count, count);
+    for (const int32_t rank : {0, 32'767, 32'768, 65'535, 65'536, count - 1}) {
+        root = qv_tree_partition(root, rank);
+        EXPECT_EQ(key_of(root), rank);
+    }
+    // All that is there is on the left now: what comes goes a long way behind it.
+    for (size_t i = count; i != items.size(); ++i)
+        root = qv_tree_insert(root, compare, &items[i]);
+    ASSERT_EQ(check_qv_tree(root, compare), sound);
+
+    root = qv_tree_balance(root);
+    EXPECT_EQ(key_of(root), static_cast<int>(items.size() / 2));
+    ASSERT_EQ(check_qv_tree(root, compare), sound);
+    for (Item &item : items)
+        ASSERT_EQ(qv_tree_find(root, compare, &item)->item, &item);
+    for (Item &item : items)
+        root = qv_tree_delete(root, compare, &item);
+    EXPECT_EQ(root, none);
+}
+
+// Ten million nodes in a line, on a stack of 256 kB. Items are addresses that nobody reads.
+TEST(CountedTree, ChainsNeedNoStackButForWalks) {
     const auto climb = [](void *) -> void * {
+        const auto compare_addresses = [](const void *item, const void *stored) {
+            return item < stored ? -1 : int32_t{item > stored};
+        };
         // The shorter one has no room for a word for each level either.
         std::vector<qv_tree> chain(getenv("QVDS_TEST_SLOW") != nullptr ? 100'000 : 10'000'000);
+        const auto address = [](intptr_t key) { return reinterpret_cast<void *>(key); };
         const intptr_t far_end = 1 << 30;
-        void *const item = reinterpret_cast<void *>(far_end);
         for (const bool left : {true, false}) {
             qv_tree *root = none;
             for (intptr_t key = far_end; qv_tree & node : chain) {
                 key += left ? 1 : -1;
-                node = {root->count + 1, reinterpret_cast<void *>(key), left ? root : none,
-                        left ? none : root};
+                node = {root->count + 1, address(key), left ? root : none, left ? none : root};
                 root = &node;
             }
+            EXPECT_EQ(check_qv_tree(root, compare_addresses), sound);
             if (!left) // a step to the right needs no stack
                 qv_tree_iter(
                     root, [](void *, void *) { return 0; }, QV_TREE_INORDER, nullptr);
-            root = qv_tree_insert(root, compare, item);
-            EXPECT_EQ(qv_tree_find(root, compare, item)->count, 1U);
-            root = qv_tree_delete(root, compare, item);
+            root = qv_tree_insert(root, compare_addresses, address(far_end));
+            EXPECT_EQ(qv_tree_find(root, compare_addresses, address(far_end))->count, 1U);
+            EXPECT_EQ(check_qv_tree(root, compare_addresses), sound);
+            root = qv_tree_delete(root, compare_addresses, address(far_end));
             qv_tree least{1, nullptr, none, none};
             root = qv_tree_partition(qv_tree_join(&least, root), left ? INT32_MIN : INT32_MAX);
             EXPECT_EQ(root, left ? &least : chain.data());
-            EXPECT_EQ(qv_tree_balance(root)->count, chain.size() + 1);
+            EXPECT_EQ(check_qv_tree(root, compare_addresses), sound);
+            EXPECT_EQ(check_qv_tree(qv_tree_balance(root), compare_addresses), sound);
         }
         return nullptr;
     };
