@@ -8,12 +8,15 @@ size_t test::live_blocks() {
     return live;
 }
 
-// Whether the next allocation is the one to fail; else it counts as a block.
+// Whether the allocation that is asked for is the one to fail; else it counts as a block.
 static bool fails() {
     size_t &countdown = test::FailingAlloc::countdown;
-    const bool fails = countdown != 0 && --countdown == 0;
-    fails ? errno = ENOMEM : live += 1;
-    return fails;
+    if (countdown != 0 && --countdown == 0) {
+        errno = ENOMEM;
+        return true;
+    }
+    ++live;
+    return false;
 }
 
 extern "C" {

@@ -2,32 +2,62 @@
 
 #include "support.hpp"
 
-#include <array>
 #include <cerrno>
 #include <cmath>
+#include <numeric>
 
 namespace {
 
-TEST(KeyFunctions, IntegersCompareSigned) {
-    for (const int32_t a : {INT32_MIN, -1, INT32_MAX})
-        for (const int32_t b : {INT32_MIN, -1, INT32_MAX})
-            EXPECT_EQ(hash_intcmp(&a, &b), (hash_int(&a) > b) - (hash_int(&a) < b));
+TEST(KeyFunctions, IntReadsAndComparesSignedNumbers) {
+    for (const int32_t a : {INT32_MIN, -1, 0, INT32_MAX}) {
+        EXPECT_EQ(hash_int(&a), a);
+        for (const int32_t b : {INT32_MIN, -1, 0, INT32_MAX})
+            EXPECT_EQ(hash_intcmp(&a, &b), (a > b) - (a < b)) << a << " and " << b;
+    }
 }
 
-TEST(KeyFunctions, AtoiSumsSignedBytesAndReadsNoFurther) {
+TEST(KeyFunctions, AtoiAddsEachSignedByteAnd65599) {
+    EXPECT_EQ(hash_atoi("abc"), 3 * 65599 + 97 + 98 + 99);
+    EXPECT_EQ(hash_atoi("cba"), hash_atoi("abc"));
+    EXPECT_EQ(hash_atoi("\xff"), 65598);
+    EXPECT_EQ(hash_atoi(""), 0);
     EXPECT_EQ(hash_atoi(nullptr), -1);
+}
+
+// Each in a block of just its size: a sanitizer sees it if a byte beyond is read.
+void expect_sum(const char *bytes, size_t length, int lowest, size_t values) {
     test::Random random(1);
-    // Bytes of all values, and only of the extreme ones, whose sums are the first to overflow.
-    for (const auto &[lowest, values] : {std::pair{1, 255U}, {127, 1U}, {128, 1U}, {255, 1U}})
-        for (size_t length = 0; length < 9000; length += 1 + length / 50) {
-            std::vector<char> string(length + 1); // in a block of just this size
-            uint32_t sum = 0;
-            for (size_t i = 0; i < length; ++i) {
-                string[i] = static_cast<char>(lowest + static_cast<int>(random.below(values)));
-                sum += static_cast<uint32_t>(static_cast<signed char>(string[i])) + 65599;
-            }
-            ASSERT_EQ(hash_atoi(string.data()), static_cast<int32_t>(sum)) << length << " bytes";
-        }
+    std::vector<char> string(length + 1);
+    uint32_t sum = 0;
+    for (size_t i = 0; i < length; ++i) {
+        string[i] = static_cast<char>(lowest + static_cast<int>(random.below(values)));
+        sum += static_cast<uint32_t>(static_cast<signed char>(string[i])) + 65599;
+    }
+    EXPECT_EQ(hash_atoi(string.data()), static_cast<int32_t>(sum)) << length << " bytes " << bytes;
+}
+
+TEST(KeyFunctions, AtoiAddsUpStringsOfEveryLength) {
+    std::vector<size_t> lengths(300);
+    std::iota(lengths.begin(), lengths.end(), 0);
+    for (size_t length = 4070; length < 4120; ++length) // whole rounds of 256 blocks end there
+        lengths.push_back(length);
+    lengths.push_back(500000);
+    for (const size_t length : lengths) {
+        expect_sum("of all values", length, 1, 255);
+        // The sums of extreme values are the first to overflow.
+        expect_sum("of the largest signed value", length, 127, 1);
+        expect_sum("of the smallest signed value", length, 128, 1);
+        expect_sum("of the largest unsigned value", length, 255, 1);
+    }
+}
+
+TEST(KeyFunctions, MultFuncSpreadsByTheGoldenRatio) {
+    errno = 0;
+    EXPECT_EQ(hash_mult_func(0, 127, nullptr), 0);
+    EXPECT_EQ(hash_mult_func(1, 127, nullptr), 78);
+    EXPECT_EQ(hash_mult_func(2, 127, nullptr), 29);
+    EXPECT_EQ(hash_mult_func(-1, 127, nullptr), -1);
+    EXPECT_EQ(errno, 0);
 }
 
 TEST(KeyFunctions, MultFuncGivesTheSlotsOfModf) {
@@ -37,23 +67,50 @@ TEST(KeyFunctions, MultFuncGivesTheSlotsOfModf) {
             const auto key = static_cast<int32_t>(random.below(1UL << 32)) >> random.below(32);
             double whole = 0;
             const auto slot = static_cast<int32_t>(size * std::modf(key * 0.6180339887, &whole));
-            ASSERT_EQ(hash_mult_func(key, size, nullptr), slot < 0 || slot >= size ? -1 : slot);
+            const bool valid = slot >= 0 && slot < size;
+            ASSERT_EQ(hash_mult_func(key, size, nullptr), valid ? slot : -1) << key << ", " << size;
         }
 }
 
-TEST(KeyFunctions, DoubleFuncTriesTheStatedBuckets) {
+TEST(KeyFunctions, DoubleFuncTakesTheFirstEmptyBucketOfItsSequence) {
     list_link link{};
-    std::vector<list_link *> buckets(50000);
-    // In the last case every probe leads back, until 49999 + 50000 * 42950 exceeds INT32_MAX.
-    const std::array<int32_t, 4> cases[] = {
-        {49999, 10, 7, 3}, {3, 10, 7, 0},          {7, 3, 8, 3},         {0, 0, 2, 1},
-        {0, -16, 9, -1},   {0, INT32_MIN, -1, -1}, {0, 49999, 50000, -1}};
-    for (const auto &[filled, key, size, slot] : cases) {
-        buckets[static_cast<size_t>(filled)] = &link;
+    struct {
+        int32_t key, size;
+        std::vector<int32_t> filled;
+        int32_t slot;
+    } const cases[] = {
+        {10, 7, {}, 3},     {10, 7, {3}, 0}, // 3 + 4 * 1
+        {10, 7, {3, 0}, 4}, {3, 8, {3}, 7},  // the sequence goes between 3 and 7
+        {3, 8, {3, 7}, 3},  {0, 1, {}, 0},   {5, 1, {0}, 0},
+    };
+    for (const auto &[key, size, filled, slot] : cases) {
+        std::vector<list_link *> buckets(static_cast<size_t>(size));
+        for (const int32_t bucket : filled)
+            buckets[static_cast<size_t>(bucket)] = &link;
         errno = 0;
         EXPECT_EQ(hash_double_func(key, size, buckets.data()), slot) << key << " of " << size;
-        EXPECT_EQ(errno, slot < 0 ? EDOM : 0);
+        EXPECT_EQ(errno, 0);
     }
+}
+
+TEST(KeyFunctions, DoubleFuncRefusesNegativeRemainders) {
+    list_link *const empty[9]{};
+    for (const auto &[key, size] : {std::pair{-16, 9}, {-1, 2}, {INT32_MIN, -1}, {5, -3}}) {
+        errno = 0;
+        EXPECT_EQ(hash_double_func(key, size, empty), -1) << key << " of " << size;
+        EXPECT_EQ(errno, EDOM);
+    }
+    EXPECT_EQ(hash_double_func(-18, 9, empty), 0);
+}
+
+// Every probe leads back to the last bucket, until 49999 + 50000 * 42950 exceeds INT32_MAX.
+TEST(KeyFunctions, DoubleFuncRefusesAProbeThatWrapsAround) {
+    list_link link{};
+    std::vector<list_link *> buckets(50000);
+    buckets[49999] = &link;
+    errno = 0;
+    EXPECT_EQ(hash_double_func(49999, 50000, buckets.data()), -1);
+    EXPECT_EQ(errno, EDOM);
 }
 
 } // namespace
