@@ -272,6 +272,9 @@ TEST_F(Heap, NumbersSlotsIn32Bits) {
     qvds_heap_insert(&heap, &heap);
     EXPECT_EQ(qvds_heap_remove_top(&heap), &heap);
     EXPECT_EQ(all[last], &heap);
+    all[last / 2] = &heap + 1;
+    qvds_heap_insert(&heap, &heap);
+    EXPECT_EQ(all[last], &heap) << "below its parent";
 
     const uint32_t deep = (uint32_t{1} << 31) + 2; // its children are slots 4 and 5
     all[5] = &heap;
