@@ -306,40 +306,77 @@ TEST(CountedTree, JoinHangsTheLesserTreeOnTheSmallestNodeOfTheOther) {
     });
 }
 
-TEST(CountedTree, IterAndDumpGoInTheOrderAskedFor) {
-    const auto print = [](const qv_tree *t, FILE *out) { fputc(key_of(t), out); };
-    const auto visit = [](void *node, void *out) -> int32_t {
-        return fputc(key_of(static_cast<qv_tree *>(node)), static_cast<FILE *>(out));
+namespace {
+
+// What write(stream) writes.
+template <class Write>
+std::string written(Write write) {
+    char *text = nullptr;
+    size_t size = 0;
+    FILE *const stream = open_memstream(&text, &size);
+    write(stream);
+    fclose(stream);
+    const std::string all(text, size);
+    free(text);
+    return all;
+}
+
+std::string iterated(qv_tree *t, int32_t order) {
+    const auto visit = [](void *node, void *stream) -> int32_t {
+        return fputc(key_of(static_cast<qv_tree *>(node)), static_cast<FILE *>(stream));
     };
-    const auto written = [&](const qv_tree *t, int32_t order, int32_t depth) {
-        char text[100] = "";
-        FILE *const stream = fmemopen(text, sizeof text, "w");
-        qv_tree_iter(const_cast<qv_tree *>(t), visit, order, stream);
-        fputc('|', stream);
-        qv_tree_dump(t, print, order, stream, depth);
-        fputc('|', stream);
-        qv_tree_dump(t, nullptr, order, stream, 0);
-        fclose(stream);
-        return std::string(text);
-    };
+    return written([&](FILE *stream) { qv_tree_iter(t, visit, order, stream); });
+}
+
+std::string dumped(const qv_tree *t, int32_t order, int32_t depth) {
+    const auto print = [](const qv_tree *node, FILE *stream) { fputc(key_of(node), stream); };
+    return written([&](FILE *stream) { qv_tree_dump(t, print, order, stream, depth); });
+}
+
+constexpr int32_t no_orders[] = {-1, 3, 256, 65'536};
+
+} // namespace
+
+TEST(CountedTree, IterVisitsInTheOrderAskedFor) {
     qv_tree *const t = tree_of("2143");
-    EXPECT_EQ(written(t, QV_TREE_INORDER, 0), "1234| 12  3 4|    ");
-    EXPECT_EQ(written(t, QV_TREE_PREORDER, 1), "2143| 2  1  4   3|    ");
-    EXPECT_EQ(written(t, QV_TREE_POSTORDER, 0), "1342| 1  3 42|    ");
-    EXPECT_EQ(written(t, 3, 0), "||");
-    EXPECT_EQ(written(t, -1, 0), "||");
-    EXPECT_EQ(written(none, QV_TREE_PREORDER, 5), "||");
+    EXPECT_EQ(iterated(t, QV_TREE_INORDER), "1234");
+    EXPECT_EQ(iterated(t, QV_TREE_PREORDER), "2143");
+    EXPECT_EQ(iterated(t, QV_TREE_POSTORDER), "1342");
+    EXPECT_EQ(iterated(none, QV_TREE_INORDER), "");
+    for (const int32_t order : no_orders)
+        EXPECT_EQ(iterated(t, order), "");
     release(t);
 }
 
-TEST(CountedTree, DumpEndsABranchAtANullLink) {
-    qv_tree leaf{1, item_of('1'), nullptr, nullptr};
-    char text[100] = "";
-    FILE *const stream = fmemopen(text, sizeof text, "w");
+TEST(CountedTree, DumpWritesABlankForEachLevelBeforeANode) {
+    qv_tree *const t = tree_of("2143");
+    EXPECT_EQ(dumped(t, QV_TREE_INORDER, 0), " 12  3 4");
+    EXPECT_EQ(dumped(t, QV_TREE_PREORDER, 1), " 2  1  4   3");
+    EXPECT_EQ(dumped(t, QV_TREE_POSTORDER, 0), " 1  3 42");
+    EXPECT_EQ(dumped(none, QV_TREE_INORDER, 5), "");
+    for (const int32_t order : no_orders)
+        EXPECT_EQ(dumped(t, order, 0), "");
+    release(t);
+}
+
+TEST(CountedTree, DumpNeedsNoPrintAndEndsABranchAtANullLink) {
+    const qv_tree leaf{1, nullptr, nullptr, nullptr};
     for (const int32_t order : {QV_TREE_INORDER, QV_TREE_PREORDER, QV_TREE_POSTORDER})
-        qv_tree_dump(&leaf, nullptr, order, stream, 2);
-    fclose(stream);
-    EXPECT_STREQ(text, "      ");
+        EXPECT_EQ(written([&](FILE *to) { qv_tree_dump(&leaf, nullptr, order, to, 70'000); }),
+                  std::string(70'000, ' '));
+}
+
+TEST(CountedTree, DumpGoesAsDeepAsTheTree) {
+    std::vector<qv_tree> chain(1000);
+    std::string expected;
+    for (size_t i = 0; i != chain.size(); ++i) {
+        chain[i] = {static_cast<uint32_t>(1000 - i), item_of('x'), none,
+                    i + 1 != chain.size() ? &chain[i + 1] : none};
+        expected += std::string(i, ' ') + 'x';
+    }
+    EXPECT_EQ(dumped(&chain[0], QV_TREE_INORDER, 0), expected);
+    EXPECT_EQ(dumped(&chain[0], QV_TREE_PREORDER, 0), expected);
+    EXPECT_EQ(dumped(&chain[0], QV_TREE_POSTORDER, 0).size(), expected.size());
 }
 
 TEST(CountedTree, IterReadsTheLinksThatItGoesOnByAfterTheVisit) {
@@ -395,6 +432,9 @@ TEST(CountedTree, ChainsNeedNoStackButForWalks) {
         const auto compare_addresses = [](const void *item, const void *stored) {
             return item < stored ? -1 : int32_t{item > stored};
         };
+        const auto count_visit = [](void *, void *count) -> int32_t {
+            return ++*static_cast<size_t *>(count), 0;
+        };
         // The shorter one has no room for a word for each level either.
         std::vector<qv_tree> chain(getenv("QVDS_TEST_SLOW") != nullptr ? 100'000 : 10'000'000);
         const auto address = [](intptr_t key) { return reinterpret_cast<void *>(key); };
@@ -407,9 +447,11 @@ TEST(CountedTree, ChainsNeedNoStackButForWalks) {
                 root = &node;
             }
             EXPECT_EQ(check_qv_tree(root, compare_addresses), sound);
-            if (!left) // a step to the right needs no stack
-                qv_tree_iter(
-                    root, [](void *, void *) { return 0; }, QV_TREE_INORDER, nullptr);
+            if (!left) { // a step to the right needs no stack
+                size_t visits = 0;
+                qv_tree_iter(root, count_visit, QV_TREE_INORDER, &visits);
+                EXPECT_EQ(visits, chain.size());
+            }
             root = qv_tree_insert(root, compare_addresses, address(far_end));
             EXPECT_EQ(qv_tree_find(root, compare_addresses, address(far_end))->count, 1U);
             EXPECT_EQ(check_qv_tree(root, compare_addresses), sound);
