@@ -1,4 +1,4 @@
-// What the tests of all families share: seeds, random choices, and a record to put on chains.
+// What the tests of all families share: seeds and random choices.
 
 #ifndef QVDS_TESTS_SUPPORT_HPP
 #define QVDS_TESTS_SUPPORT_HPP
