@@ -13,8 +13,29 @@ struct element {
     bool operator==(const element &other) const { return key == other.key; }
 };
 
+struct text_hash {
+    size_t operator()(const char *key) const { return static_cast<unsigned char>(*key); }
+};
+struct text_equal {
+    bool operator()(const char *a, const char *b) const { return *a == *b; }
+};
+
 } // namespace
 
 template class qvds::fifo2<&element::node>;
 template class qvds::fifo2<&element::node, qvds::dispose_with_delete>;
 template class qvds::fifo2<&element::node, qvds::core::viewed>;
+
+template class qvds::list<element>;
+template class qvds::list<element, qvds::dispose_with_delete>;
+template class qvds::list<element, qvds::core::viewed>;
+
+template class qvds::keyed_hash<const char *, element, text_hash, text_equal>;
+template class qvds::keyed_hash<const char *, element, text_hash, text_equal, int,
+                                qvds::dispose_with_free>;
+template class qvds::keyed_hash<const char *, element, text_hash, text_equal, int,
+                                qvds::core::viewed>;
+
+template class qvds::basic_ring<qvds::core::release_storage>;
+template class qvds::basic_ring<qvds::core::viewed>;
+template class qvds::ring_of<int>;

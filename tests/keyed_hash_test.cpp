@@ -1,6 +1,6 @@
 #include <qvds/keyed_hash.h>
 
-#include "check_owning.hpp"
+#include "fault.hpp"
 #include "owning_model.hpp"
 #include "support.hpp"
 
@@ -9,9 +9,9 @@
 
 namespace {
 
-using qvds::check_keyed_hash;
 using qvds::fault;
 using qvds::sound;
+using qvds::core::check_keyed_hash;
 using test::iterate;
 using test::iterate_del;
 

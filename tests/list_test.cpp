@@ -1,7 +1,7 @@
 #include <qvds/key_functions.h>
 #include <qvds/list.h>
 
-#include "check_owning.hpp"
+#include "fault.hpp"
 #include "owning_model.hpp"
 #include "support.hpp"
 
@@ -12,9 +12,9 @@
 
 namespace {
 
-using qvds::check_list;
 using qvds::fault;
 using qvds::sound;
+using qvds::core::check_list;
 using test::iterate;
 using test::iterate_del;
 

@@ -4,8 +4,8 @@
 #include "owning/keyed_hash_internal.hpp"
 #include "owning/list_internal.hpp"
 
-#include "check_owning.hpp"
 #include "failing_alloc.hpp"
+#include "fault.hpp"
 #include "support.hpp"
 
 #include <algorithm>
@@ -15,9 +15,9 @@
 
 namespace {
 
-using qvds::check_keyed_hash;
-using qvds::check_list;
 using qvds::sound;
+using qvds::core::check_keyed_hash;
+using qvds::core::check_list;
 using test::FailingAlloc;
 using test::for_each_failing_allocation;
 using test::live_blocks;

@@ -7,12 +7,12 @@
 #include <numeric>
 #include <utility>
 
-#include "check_qvcq.hpp"
+#include "fault.hpp"
 #include "support.hpp"
 
 namespace {
 
-using qvds::check_qvcq, qvds::fault, qvds::sound;
+using qvds::core::check_qvcq, qvds::fault, qvds::sound;
 
 // A ring that is released at the end of its test.
 struct Ring : qvcq {

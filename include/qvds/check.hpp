@@ -15,6 +15,9 @@
 
 #include <qvds/core/check.hpp>
 #include <qvds/fifo2.hpp>
+#include <qvds/keyed_hash.hpp>
+#include <qvds/list.hpp>
+#include <qvds/qvcq.hpp>
 
 namespace qvds {
 
@@ -34,6 +37,27 @@ fault at_element(fault found) noexcept {
 template <auto Hook, class Disposal>
 [[nodiscard]] fault check(const fifo2<Hook, Disposal> &queue) noexcept {
     return core::at_element<Hook>(core::check_fifo2(queue.c_record()));
+}
+
+/// The same for a list in which this many walks are in progress, and for a table in which none is.
+/// `element` is then the address of a link.
+template <class T, class Disposal>
+[[nodiscard]] fault check(const list<T, Disposal> &elements, int walks = 0) noexcept {
+    return core::check_list(elements.c_record(), walks);
+}
+template <class K, class V, class Hash, class Equal, class Metadata, class Disposal>
+[[nodiscard]] fault check(const keyed_hash<K, V, Hash, Equal, Metadata, Disposal> &table) {
+    return core::check_keyed_hash(&table.c_record());
+}
+
+/// The same for a ring. `element` is the address of the record or of an entry.
+template <class Disposal>
+[[nodiscard]] fault check(const basic_ring<Disposal> &messages) noexcept {
+    return core::check_qvcq(messages.c_record());
+}
+template <class T>
+[[nodiscard]] fault check(const ring_of<T> &records) noexcept {
+    return core::check_qvcq(records.c_record());
 }
 
 } // namespace qvds

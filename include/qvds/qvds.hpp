@@ -10,4 +10,11 @@
 // Chains through the caller's records.
 #include <qvds/fifo2.hpp>
 
+// Containers that allocate their own links and stay valid while they are walked.
+#include <qvds/keyed_hash.hpp>
+#include <qvds/list.hpp>
+
+// Ring of messages.
+#include <qvds/qvcq.hpp>
+
 #endif

@@ -8,7 +8,9 @@
 #include <qvds/core/chain.hpp>
 #include <qvds/cq.h>
 #include <qvds/heap.h>
+#include <qvds/keyed_hash.h>
 #include <qvds/lifo.h>
+#include <qvds/qvcq.h>
 
 namespace qvds {
 
@@ -143,6 +145,72 @@ QVDS_HIDDEN inline fault check_cq(const qvds_cq &cq) noexcept {
     }
     if (count != cq.count)
         return {3, nullptr, "count is the number of entries in all buckets"};
+    return {};
+}
+
+// A list in which this many walks are in progress. Links that the program has marked itself count as
+// deleted, so the library's note of its own, the rest of I4, cannot be held against them. Ends on
+// every chain: where one runs in a circle, some link has two predecessors, and its prev can name but
+// one.
+QVDS_HIDDEN inline fault check_list(const list_link *head, int walks = 0) noexcept {
+    const list_link *prev = nullptr;
+    for (const list_link *link = head; link != nullptr; prev = link, link = link->next) {
+        if (link->prev != prev)
+            return {1, link, "every prev names the link whose next names this one"};
+        if (link->state != 0 && link->state != LIST_STATE_DELETED)
+            return {2, link, "state is 0 or LIST_STATE_DELETED"};
+        if (link->state == LIST_STATE_DELETED && walks == 0)
+            return {4, link, "deleted links exist only while a walk is in progress"};
+    }
+    if (head != nullptr && head->iters != walks)
+        return {3, head, "iters of the head link is the number of walks in progress"};
+    return {};
+}
+
+// Whether a live link from link onward holds hook.
+QVDS_HIDDEN inline bool is_held(const void *hook, const list_link *link) noexcept {
+    while (link != nullptr && (link->state != 0 || link->hook != hook))
+        link = link->next;
+    return link != nullptr;
+}
+
+// A table: walks[slot] is the number of walks in progress on that bucket; null for none at all. The
+// slots of the keys are fixed unless slot_func looks at what the buckets hold; if they are not, I3
+// says nothing, and an entry in two buckets goes unnoticed. Takes the square of the longest bucket.
+QVDS_HIDDEN inline fault check_keyed_hash(const hashlist *table, const int *walks = nullptr,
+                                          bool slots_are_fixed = true) {
+    if (table->size < 1 || table->lists == nullptr)
+        return {1, nullptr, "size is at least 1, and lists holds that many lists"};
+    for (int32_t slot = 0; slot < table->size; ++slot) {
+        const list_link *const head = table->lists[slot];
+        if (const fault found = check_list(head, walks != nullptr ? walks[slot] : 0))
+            return {1, found.element, found.text};
+        for (const list_link *link = head; link != nullptr; link = link->next) {
+            if (link->state == LIST_STATE_DELETED)
+                continue;
+            const auto *const entry = static_cast<const hash_entry *>(link->hook);
+            if (entry == nullptr || is_held(entry, link->next))
+                return {2, link, "the hook of a live link is an entry, and of no other link"};
+            if (!slots_are_fixed)
+                continue;
+            const int32_t hash = table->hash_func(entry->key);
+            if (table->slot_func(hash, table->size, table->lists) != slot)
+                return {3, link, "every live entry is in the bucket of its key"};
+        }
+    }
+    return {};
+}
+
+QVDS_HIDDEN inline fault check_qvcq(const qvcq &ring) noexcept {
+    const int64_t blocks = ring.blocks, head = ring.head, tail = ring.tail;
+    if (head < 0 || head >= blocks || tail < 0 || tail >= blocks)
+        return {1, &ring, "head and tail are at least 0 and below blocks"};
+    if (ring.size != (head - tail + blocks) % blocks)
+        return {2, &ring, "size is head - tail, modulo blocks"};
+    const char *block = static_cast<const char *>(ring.storage);
+    for (int64_t i = 0; i != blocks; ++i, block += ring.block_size)
+        if (ring.entries[i].data != block)
+            return {3, &ring.entries[i], "the data of entry i is storage + i * block_size"};
     return {};
 }
 

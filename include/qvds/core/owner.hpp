@@ -16,6 +16,12 @@ struct leave_elements {
 };
 struct viewed {};
 
+// What a container with storage of its own does with that when it goes, while it leaves the
+// elements.
+struct release_storage {
+    void operator()(const void * /*elem*/) const noexcept {}
+};
+
 // The record, and a destructor that Family::dispose_all(record, disposer) works for. A record moved
 // from is as one newly made.
 template <class Record, class Disposal, class Family>

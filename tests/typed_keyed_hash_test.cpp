@@ -1,0 +1,165 @@
+// The typed keyed hash, in use from C and C++ in turn.
+
+#include "typed.hpp"
+
+#include <qvds/keyed_hash.hpp>
+
+#include <algorithm>
+#include <cstring>
+
+using namespace test;
+
+namespace {
+
+// Gives negative numbers and numbers beyond 32 bits, which the default slot function would refuse.
+struct TextHash {
+    int64_t operator()(const char *text) const {
+        int64_t hash = -1;
+        for (; *text != 0; ++text)
+            hash = hash * 31 - *text;
+        return hash;
+    }
+};
+struct TextEqual {
+    bool operator()(const char *a, const char *b) const { return std::strcmp(a, b) == 0; }
+};
+
+using table = qvds::keyed_hash<const char *, Job, TextHash, TextEqual, int>;
+
+static_assert(sizeof(table) == sizeof(hashlist *));
+static_assert(!std::is_copy_constructible_v<table>);
+static_assert(std::input_iterator<table::walk_type::iterator>);
+static_assert(!std::is_move_constructible_v<table::walk_type>);
+static_assert(
+    std::is_same_v<decltype((*std::declval<const table &>().walk().begin()).value()), const Job &>);
+
+struct TypedKeyedHash : testing::Test {
+    TypedKeyedHash() {
+        EXPECT_TRUE(jobs.add("one", one));
+        EXPECT_TRUE(jobs.add("two", two));
+        EXPECT_TRUE(jobs.add("three", three));
+        EXPECT_TRUE(jobs.add("two", other_two));
+    }
+    // Whatever a test did: no walk is left under way, and every entry is in the bucket of its key.
+    ~TypedKeyedHash() override { EXPECT_EQ(qvds::check(jobs), qvds::sound); }
+
+    // Bucket by bucket, and so in no order.
+    ints content() {
+        ints all;
+        for (const auto entry : jobs.walk())
+            all.push_back(entry.value().priority);
+        std::sort(all.begin(), all.end());
+        return all;
+    }
+
+    Job one{1}, two{2}, three{3}, other_two{22};
+    int note = 7;
+    table jobs = table::make(2); // so that keys share a bucket
+};
+
+TEST_F(TypedKeyedHash, FindsTheNewestOfEqualKeys) {
+    EXPECT_EQ(jobs.find("two"), &other_two);
+    EXPECT_EQ(jobs.find("four"), nullptr);
+    EXPECT_EQ(std::as_const(jobs).find("one"), &one);
+    EXPECT_EQ(jobs.count(), 4U);
+}
+
+TEST_F(TypedKeyedHash, EqualGivesAllEntriesOfAKey) {
+    ints met;
+    for (const auto entry : jobs.equal("two"))
+        met.push_back(entry.value().priority);
+    EXPECT_EQ(met, (ints{22, 2}));
+    for (const auto entry : jobs.equal("four"))
+        ADD_FAILURE() << entry.key();
+}
+
+TEST_F(TypedKeyedHash, OneOfSeveralEntriesOfAKeyMayBeErased) {
+    for (const auto entry : jobs.equal("two"))
+        if (&entry.value() == &other_two)
+            jobs.erase(entry);
+    EXPECT_EQ(jobs.find("two"), &two);
+    jobs.erase("two");
+    EXPECT_EQ(content(), (ints{1, 3}));
+}
+
+TEST_F(TypedKeyedHash, AnythingMayBeErasedInAWalk) {
+    size_t met = 0;
+    for (const auto entry : jobs.walk()) {
+        ++met;
+        for (const char *key : {"one", "two", "three"})
+            jobs.erase(key);
+        EXPECT_EQ(jobs.find("two"), nullptr) << "gone at once";
+        (void)entry;
+    }
+    EXPECT_EQ(met, 1U);
+    EXPECT_EQ(jobs.count(), 0U);
+}
+
+TEST_F(TypedKeyedHash, WalksMayBeNestedAndLeftByAnException) {
+    const auto erase_and_throw = [this] {
+        for (const auto outer : jobs.walk())
+            for (const auto inner : jobs.walk())
+                if (&inner.value() != &outer.value()) {
+                    jobs.erase(inner);
+                    throw std::runtime_error("in a walk");
+                }
+    };
+    EXPECT_THROW(erase_and_throw(), std::runtime_error);
+    EXPECT_EQ(jobs.count(), 3U);
+}
+
+TEST_F(TypedKeyedHash, EraseIfShowsKeyAndValue) {
+    std::vector<const char *> erased;
+    EXPECT_EQ(jobs.erase_if([](const auto &entry) { return entry.key()[0] == 't'; },
+                            [&](const auto &entry) { erased.push_back(entry.key()); }),
+              3U);
+    EXPECT_EQ(erased.size(), 3U);
+    EXPECT_EQ(content(), ints{1});
+}
+
+TEST_F(TypedKeyedHash, KeepsMetadataForEachEntry) {
+    jobs.set_metadata("two", &note);
+    EXPECT_EQ(jobs.metadata("two"), &note);
+    EXPECT_EQ(jobs.metadata("one"), nullptr);
+    for (const auto entry : jobs.equal("two"))
+        EXPECT_EQ(entry.metadata(), &note);
+}
+
+TEST_F(TypedKeyedHash, RehashKeepsEntriesMetadataAndTheOrderOfEquals) {
+    jobs.set_metadata("two", &note);
+    ASSERT_TRUE(jobs.rehash(101));
+    EXPECT_EQ(jobs.bucket_count(), 101U);
+    EXPECT_EQ(content(), (ints{1, 2, 3, 22}));
+    EXPECT_EQ(jobs.find("two"), &other_two);
+    EXPECT_EQ(jobs.metadata("two"), &note);
+}
+
+TEST_F(TypedKeyedHash, ServesCAndCppInTurn) {
+    EXPECT_EQ(hash_find_element(&jobs.c_record(), "three"), &three);
+    char key[] = "four";
+    Job four{4};
+    EXPECT_GE(hash_add(&jobs.c_record(), key, &four), 0);
+    EXPECT_EQ(jobs.find("four"), &four);
+    hashlist *c_table = &jobs.c_record();
+    qvds::keyed_hash_view<const char *, Job, TextHash, TextEqual> view(c_table);
+    view.erase("one");
+    EXPECT_EQ(content(), (ints{2, 3, 4, 22}));
+}
+
+TEST_F(TypedKeyedHash, OnlyATableThatExistsIsTrue) {
+    table moved = std::move(jobs);
+    EXPECT_FALSE(jobs);
+    EXPECT_TRUE(moved);
+    jobs = std::move(moved);
+    EXPECT_EQ(jobs.count(), 4U);
+    EXPECT_FALSE(table::make(size_t{1} << 40)) << "more buckets than a table can count";
+    EXPECT_EQ(table::make(0).bucket_count(), 1U);
+}
+
+TEST_F(TypedKeyedHash, DisposesOfTheValuesIfToldTo) {
+    auto owner = qvds::keyed_hash<const char *, Job, TextHash, TextEqual, void,
+                                  qvds::dispose_with_delete>::make(4);
+    ASSERT_TRUE(owner.add("one", *new Job(1))); // a leak if the table forgets it
+}
+
+} // namespace
