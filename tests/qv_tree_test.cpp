@@ -460,7 +460,9 @@ TEST(CountedTree, ChainsNeedNoStackButForWalks) {
             root = qv_tree_partition(qv_tree_join(&least, root), left ? INT32_MIN : INT32_MAX);
             EXPECT_EQ(root, left ? &least : chain.data());
             EXPECT_EQ(check_qv_tree(root, compare_addresses), sound);
-            EXPECT_EQ(check_qv_tree(qv_tree_balance(root), compare_addresses), sound);
+            root = qv_tree_balance(root);
+            EXPECT_EQ(root->left->count, root->count / 2);
+            EXPECT_EQ(check_qv_tree(root, compare_addresses), sound);
         }
         return nullptr;
     };
