@@ -411,8 +411,10 @@ TEST(CountedTree, HoldsSeventyThousandItems) {
         root = qv_tree_partition(root, rank);
         EXPECT_EQ(key_of(root), rank);
     }
-    // All that is there is on the left now: what comes goes a long way behind it.
-    for (size_t i = count; i != items.size(); ++i)
+    // All that is there is on the left now: what comes goes a long way behind it, and with the last
+    // item first, not along the edge.
+    root = qv_tree_insert(root, compare, &items.back());
+    for (size_t i = count; i + 1 != items.size(); ++i)
         root = qv_tree_insert(root, compare, &items[i]);
     ASSERT_EQ(check_qv_tree(root, compare), sound);
 
