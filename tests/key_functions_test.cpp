@@ -103,14 +103,17 @@ TEST(KeyFunctions, DoubleFuncRefusesNegativeRemainders) {
     EXPECT_EQ(hash_double_func(-18, 9, empty), 0);
 }
 
-// Every probe leads back to the last bucket, until 49999 + 50000 * 42950 exceeds INT32_MAX.
 TEST(KeyFunctions, DoubleFuncRefusesAProbeThatWrapsAround) {
     list_link link{};
-    std::vector<list_link *> buckets(50000);
-    buckets[49999] = &link;
+    std::vector<list_link *> buckets(65536, &link);
+    // Every probe leads back to the last bucket, until 49999 + 50000 * 42950 exceeds INT32_MAX.
     errno = 0;
     EXPECT_EQ(hash_double_func(49999, 50000, buckets.data()), -1);
     EXPECT_EQ(errno, EDOM);
+    // The last probe is 32767 + 32768 * 65535, which is INT32_MAX.
+    errno = 0;
+    EXPECT_EQ(hash_double_func(32767, 65536, buckets.data()), 32767);
+    EXPECT_EQ(errno, 0);
 }
 
 } // namespace

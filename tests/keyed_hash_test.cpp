@@ -30,7 +30,7 @@ int32_t same_number(int32_t hash, int32_t, list_link *const *) {
 class KeyedHash : public testing::Test {
   protected:
     void TearDown() override {
-        EXPECT_EQ(check_keyed_hash(table), sound);
+        EXPECT_EQ(check_keyed_hash(*table), sound);
         hash_del(table);
     }
 
@@ -52,21 +52,15 @@ class KeyedHash : public testing::Test {
 
 // -- set up --------------------------------------------------------------------------------------
 
-TEST_F(KeyedHash, CreateKeepsSizeAndFunctions) {
-    EXPECT_EQ(table->size, 10);
-    EXPECT_EQ(table->hash_func, hash_int);
-    EXPECT_EQ(table->slot_func, last_digit);
-    EXPECT_EQ(table->cmp_func, hash_intcmp);
-    EXPECT_EQ(hash_length(table), 0);
-}
-
 TEST_F(KeyedHash, CreateTakes127BucketsAndMultFuncByDefault) {
+    EXPECT_EQ(table->size, 10);
+    EXPECT_EQ(table->slot_func, last_digit);
     for (const int32_t size : {0, -5, INT32_MIN}) {
         hashlist *const plain = hash_create(size, hash_int, nullptr, hash_intcmp);
         EXPECT_EQ(plain->size, 127);
         EXPECT_EQ(plain->slot_func, hash_mult_func);
         EXPECT_EQ(hash_add(plain, &number[1], nullptr), 78);
-        EXPECT_EQ(check_keyed_hash(plain), sound);
+        EXPECT_EQ(check_keyed_hash(*plain), sound);
         hash_del(plain);
     }
 }
@@ -159,7 +153,7 @@ TEST_F(KeyedHash, DoubleFuncPutsEqualKeysInDifferentBuckets) {
     EXPECT_EQ(hash_add(seven, &number[10], &number[1]), 3);
     EXPECT_EQ(hash_find_element(seven, &number[10]), nullptr);
     EXPECT_EQ(hash_add(seven, &number[10], &number[2]), 0);
-    EXPECT_EQ(check_keyed_hash(seven, nullptr, false), sound);
+    EXPECT_EQ(check_keyed_hash(*seven, nullptr, false), sound);
     hash_del(seven);
 }
 
@@ -269,7 +263,7 @@ TEST_F(KeyedHash, HoldsSeventyThousandInAsManyBuckets) {
     EXPECT_EQ(hash_length(large), count);
     EXPECT_EQ(hash_find_element(large, &keys.back()), &keys.back());
     EXPECT_EQ(hash_del_element(large, &keys.back()), 0);
-    EXPECT_EQ(check_keyed_hash(large), sound);
+    EXPECT_EQ(check_keyed_hash(*large), sound);
     int32_t visited = 0;
     iterate(large, [&](void *value, int32_t) -> void * {
         EXPECT_EQ(value, &keys[static_cast<size_t>(visited++)]);
@@ -421,7 +415,7 @@ class Program {
 
     void check() const {
         const int walks[] = {buckets_[0].walks, buckets_[1].walks, buckets_[2].walks};
-        ASSERT_EQ(check_keyed_hash(table_, walks), sound);
+        ASSERT_EQ(check_keyed_hash(*table_, walks), sound);
         int32_t length = 0;
         for (int slot = 0; slot < 3; ++slot) {
             const list_link *link = table_->lists[slot];
@@ -479,22 +473,17 @@ TEST_F(KeyedHash, CheckNamesTheInvariantAndTheLink) {
         const hashlist good_table = *table;
         const list_link good_link = *newest;
         corrupt(table, newest);
-        const fault found = check_keyed_hash(table);
+        const fault found = check_keyed_hash(*table);
         *table = good_table;
         *newest = good_link;
         EXPECT_EQ(found.invariant, invariant) << slip;
         EXPECT_TRUE(found.element == nullptr || found.element == newest) << slip;
-        EXPECT_EQ(check_keyed_hash(table), sound);
+        EXPECT_EQ(check_keyed_hash(*table), sound);
     }
-}
-
-TEST_F(KeyedHash, CheckCountsTheWalksOfEachBucket) {
-    add(1, 1);
-    list_iter_set(table->lists[1]);
-    hash_del_element(table, &number[1]);
+    list_iter_set(newest);
     const int walks[10] = {0, 1};
-    EXPECT_EQ(check_keyed_hash(table, walks), sound);
-    EXPECT_EQ(check_keyed_hash(table).invariant, 1);
+    EXPECT_EQ(check_keyed_hash(*table, walks), sound);
+    EXPECT_EQ(check_keyed_hash(*table).invariant, 1);
     list_iter_clear(&table->lists[1]);
 }
 

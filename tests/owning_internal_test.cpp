@@ -97,7 +97,7 @@ TEST(Owning, AddingToATableWithoutMemoryChangesNothing) {
         EXPECT_EQ(errno, failing.failed() ? ENOMEM : 0);
         EXPECT_EQ(hash_length(table), failing.failed() ? 0 : 1);
         EXPECT_EQ(live_blocks(), blocks + (failing.failed() ? 0 : 2));
-        EXPECT_EQ(check_keyed_hash(table), sound);
+        EXPECT_EQ(check_keyed_hash(*table), sound);
     });
     hash_del(table);
 }

@@ -47,7 +47,7 @@ template <class T, class Disposal>
 }
 template <class K, class V, class Hash, class Equal, class Metadata, class Disposal>
 [[nodiscard]] fault check(const keyed_hash<K, V, Hash, Equal, Metadata, Disposal> &table) {
-    return core::check_keyed_hash(&table.c_record());
+    return core::check_keyed_hash(table.c_record());
 }
 
 /// The same for a ring. `element` is the address of the record or of an entry.

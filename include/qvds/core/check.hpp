@@ -148,22 +148,21 @@ QVDS_HIDDEN inline fault check_cq(const qvds_cq &cq) noexcept {
     return {};
 }
 
-// A list in which this many walks are in progress. Links that the program has marked itself count as
-// deleted, so the library's note of its own, the rest of I4, cannot be held against them. Ends on
-// every chain: where one runs in a circle, some link has two predecessors, and its prev can name but
-// one.
+// A list in which this many walks are in progress. Links that the program has marked itself count
+// as deleted, so the library's note of its own, the rest of I4, can't be held against them. Where a
+// chain runs in a circle, some link has two predecessors, and its prev can name but one.
 QVDS_HIDDEN inline fault check_list(const list_link *head, int walks = 0) noexcept {
-    const list_link *prev = nullptr;
-    for (const list_link *link = head; link != nullptr; prev = link, link = link->next) {
-        if (link->prev != prev)
-            return {1, link, "every prev names the link whose next names this one"};
+    const list_link *before = nullptr;
+    for (const list_link *link = head; link != nullptr; before = link, link = link->next) {
+        if (link->prev != before)
+            return {1, link, "prev names the link before, and is null in the head"};
         if (link->state != 0 && link->state != LIST_STATE_DELETED)
             return {2, link, "state is 0 or LIST_STATE_DELETED"};
         if (link->state == LIST_STATE_DELETED && walks == 0)
             return {4, link, "deleted links exist only while a walk is in progress"};
     }
     if (head != nullptr && head->iters != walks)
-        return {3, head, "iters of the head link is the number of walks in progress"};
+        return {3, head, "iters of the head is the number of walks in progress"};
     return {};
 }
 
@@ -174,15 +173,15 @@ QVDS_HIDDEN inline bool is_held(const void *hook, const list_link *link) noexcep
     return link != nullptr;
 }
 
-// A table: walks[slot] is the number of walks in progress on that bucket; null for none at all. The
-// slots of the keys are fixed unless slot_func looks at what the buckets hold; if they are not, I3
-// says nothing, and an entry in two buckets goes unnoticed. Takes the square of the longest bucket.
-QVDS_HIDDEN inline fault check_keyed_hash(const hashlist *table, const int *walks = nullptr,
+// A table with walks[slot] walks in progress on each bucket; null for none at all. The slots of the
+// keys are fixed unless slot_func looks at what the buckets hold; if they are not, I3 says nothing,
+// and an entry in two buckets goes unnoticed. Takes the square of the longest bucket.
+QVDS_HIDDEN inline fault check_keyed_hash(const hashlist &table, const int *walks = nullptr,
                                           bool slots_are_fixed = true) {
-    if (table->size < 1 || table->lists == nullptr)
+    if (table.size < 1 || table.lists == nullptr)
         return {1, nullptr, "size is at least 1, and lists holds that many lists"};
-    for (int32_t slot = 0; slot < table->size; ++slot) {
-        const list_link *const head = table->lists[slot];
+    for (int32_t slot = 0; slot < table.size; ++slot) {
+        const list_link *const head = table.lists[slot];
         if (const fault found = check_list(head, walks != nullptr ? walks[slot] : 0))
             return {1, found.element, found.text};
         for (const list_link *link = head; link != nullptr; link = link->next) {
@@ -190,11 +189,11 @@ QVDS_HIDDEN inline fault check_keyed_hash(const hashlist *table, const int *walk
                 continue;
             const auto *const entry = static_cast<const hash_entry *>(link->hook);
             if (entry == nullptr || is_held(entry, link->next))
-                return {2, link, "the hook of a live link is an entry, and of no other link"};
+                return {2, link, "the hook of every live link is an entry of its own"};
             if (!slots_are_fixed)
                 continue;
-            const int32_t hash = table->hash_func(entry->key);
-            if (table->slot_func(hash, table->size, table->lists) != slot)
+            const int32_t hash = table.hash_func(entry->key);
+            if (table.slot_func(hash, table.size, table.lists) != slot)
                 return {3, link, "every live entry is in the bucket of its key"};
         }
     }
