@@ -6,6 +6,7 @@
 namespace {
 
 struct element {
+    element *next;
     int key;
     qvds_node node;
 
@@ -39,3 +40,7 @@ template class qvds::keyed_hash<const char *, element, text_hash, text_equal, in
 template class qvds::basic_ring<qvds::core::release_storage>;
 template class qvds::basic_ring<qvds::core::viewed>;
 template class qvds::ring_of<int>;
+
+template class qvds::lifo<&element::next>;
+template class qvds::lifo<&element::node, qvds::dispose_with_delete>;
+template class qvds::lifo<&element::next, qvds::core::viewed>;

@@ -1,4 +1,5 @@
 #include <qvds/lifo.h>
+#include <qvds/lifo.hpp>
 
 #include "chains.hpp"
 
@@ -116,6 +117,91 @@ const chain_face c_face{
     .cut = [](qvds_list *list, qvds_list *out,
               void *elem) { return as_list(qvds_lifo_cut(as_lifo(list), as_lifo(out), elem)); },
 };
+
+// The same through the typed face, on the same records.
+qvds::lifo_view<&Item::node> typed(qvds_list *list) {
+    return qvds::lifo_view<&Item::node>(*as_lifo(list));
+}
+Item &item(void *elem) {
+    return *static_cast<Item *>(elem);
+}
+const chain_face typed_face{
+    .init =
+        [](qvds_list *list) {
+            typed(list).clear();
+            return 0;
+        },
+    .push =
+        [](qvds_list *list, void *elem) {
+            typed(list).push(item(elem));
+            return elem;
+        },
+    .insert_sorted =
+        [](qvds_list *list, void *elem, qvds_compare_fn compare) {
+            typed(list).insert_sorted(item(elem), [=](const Item &stored, const Item &added) {
+                return compare(&added, &stored) > 0;
+            });
+            return elem;
+        },
+    .pop = [](qvds_list *list) -> void * { return typed(list).pop(); },
+    .extract = [](qvds_list *list, const void *key, qvds_compare_fn compare) -> void * {
+        return typed(list).extract_if([=](const Item &i) { return compare(key, &i) == 0; });
+    },
+    .concat =
+        [](qvds_list *dest, qvds_list *src) {
+            typed(dest).concat(typed(src));
+            return dest;
+        },
+    .cut = [](qvds_list *list, qvds_list *out, void *elem) -> qvds_list * {
+        auto behind = typed(list).cut(item(elem));
+        if (behind.empty())
+            return nullptr;
+        *as_lifo(out) = behind.c_record();
+        return out;
+    },
+};
+// The same with a cursor wherever one will do.
+template <class Stop>
+auto cursor_at(qvds_list *list, Stop stop) {
+    auto stack = typed(list);
+    auto at = stack.cursor();
+    while (at && !stop(at.get()))
+        at.next();
+    return at;
+}
+const auto at_once = [](const Item *) { return true; };
+const chain_face cursor_face{
+    .init = typed_face.init,
+    .push =
+        [](qvds_list *list, void *elem) {
+            cursor_at(list, at_once).insert(item(elem));
+            return elem;
+        },
+    .insert_sorted =
+        [](qvds_list *list, void *elem, qvds_compare_fn compare) {
+            cursor_at(list, [=](const Item *stored) {
+                return compare(elem, stored) <= 0;
+            }).insert(item(elem));
+            return elem;
+        },
+    .pop = [](qvds_list *list) -> void * {
+        auto at = cursor_at(list, at_once);
+        return at ? at.erase() : nullptr;
+    },
+    .extract = [](qvds_list *list, const void *key, qvds_compare_fn compare) -> void * {
+        auto at = cursor_at(list, [=](const Item *stored) { return compare(key, stored) == 0; });
+        return at ? at.erase() : nullptr;
+    },
+    .concat = typed_face.concat,
+    .cut = [](qvds_list *list, qvds_list *out, void *elem) -> qvds_list * {
+        auto at = cursor_at(list, [=](const Item *stored) { return stored == elem; });
+        if (!at)
+            return nullptr;
+        *as_lifo(out) = at.cut().c_record();
+        return out;
+    },
+};
+
 const chain_family family{
     .check = [](const qvds_list &list) { return check_lifo({list.top}); },
     .has_tail = false,
@@ -128,8 +214,8 @@ TEST_F(Lifo, FollowsAModelInEveryShortProgram) {
     run_all_short_programs(family, c_face);
 }
 
-TEST_F(Lifo, FollowsAModelInRandomPrograms) {
-    run_random_programs(family, {c_face});
+TEST_F(Lifo, FollowsAModelInRandomProgramsThroughEveryFace) {
+    run_random_programs(family, {c_face, typed_face, cursor_face});
 }
 
 } // namespace

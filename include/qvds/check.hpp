@@ -19,6 +19,8 @@
 #include <qvds/list.hpp>
 #include <qvds/qvcq.hpp>
 
+#include <qvds/lifo.hpp>
+
 namespace qvds {
 
 namespace core {
@@ -34,6 +36,10 @@ fault at_element(fault found) noexcept {
 
 /// The first invariant that a container breaks, or a fault that is false if it breaks none. Its
 /// `element` is the address of the container's element, or null where the record itself is wrong.
+template <auto Hook, class Disposal>
+[[nodiscard]] fault check(const lifo<Hook, Disposal> &stack) noexcept {
+    return core::at_element<Hook>(core::check_lifo(stack.c_record()));
+}
 template <auto Hook, class Disposal>
 [[nodiscard]] fault check(const fifo2<Hook, Disposal> &queue) noexcept {
     return core::at_element<Hook>(core::check_fifo2(queue.c_record()));

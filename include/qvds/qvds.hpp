@@ -9,6 +9,7 @@
 
 // Chains through the caller's records.
 #include <qvds/fifo2.hpp>
+#include <qvds/lifo.hpp>
 
 // Containers that allocate their own links and stay valid while they are walked.
 #include <qvds/keyed_hash.hpp>
