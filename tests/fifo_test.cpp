@@ -1,4 +1,5 @@
 #include <qvds/fifo.h>
+#include <qvds/fifo.hpp>
 
 #include "chains.hpp"
 
@@ -139,6 +140,106 @@ const chain_face c_face{
     .append = qvds_fifo_append,
     .insert = qvds_fifo_insert,
 };
+// The same through the typed face, on the same records.
+qvds::fifo_view<&Item::node> typed(qvds_list *list) {
+    return qvds::fifo_view<&Item::node>(*list);
+}
+Item &item(void *elem) {
+    return *static_cast<Item *>(elem);
+}
+const chain_face typed_face{
+    .init = qvds_fifo_init,
+    .push =
+        [](qvds_list *list, void *elem) {
+            typed(list).push_front(item(elem));
+            return elem;
+        },
+    .insert_sorted =
+        [](qvds_list *list, void *elem, qvds_compare_fn compare) {
+            typed(list).insert_sorted(item(elem), [=](const Item &stored, const Item &added) {
+                return compare(&added, &stored) > 0;
+            });
+            return elem;
+        },
+    .pop = [](qvds_list *list) -> void * { return typed(list).pop_front(); },
+    .extract = [](qvds_list *list, const void *key, qvds_compare_fn compare) -> void * {
+        return typed(list).extract_if([=](const Item &i) { return compare(key, &i) == 0; });
+    },
+    .concat =
+        [](qvds_list *dest, qvds_list *src) {
+            typed(dest).concat(typed(src));
+            return dest;
+        },
+    .cut = [](qvds_list *list, qvds_list *out, void *elem) -> qvds_list * {
+        auto behind = typed(list).cut(item(elem));
+        if (behind.empty())
+            return nullptr;
+        *out = behind.c_record();
+        return out;
+    },
+    .append =
+        [](qvds_list *list, void *elem) {
+            typed(list).push_back(item(elem));
+            return elem;
+        },
+    .insert =
+        [](qvds_list *list, void *after, void *elem) {
+            if (after == nullptr || typed(list).empty())
+                typed(list).push_front(item(elem));
+            else
+                typed(list).insert_after(item(after), item(elem));
+            return elem;
+        },
+};
+// The same with a cursor wherever one will do.
+template <class Stop>
+auto cursor_at(qvds_list *list, Stop stop) {
+    auto queue = typed(list);
+    auto at = queue.cursor();
+    while (at && !stop(at.get()))
+        at.next();
+    return at;
+}
+const auto at_once = [](const Item *) { return true; };
+const auto at_the_end = [](const Item *) { return false; };
+const chain_face cursor_face{
+    .init = qvds_fifo_init,
+    .push =
+        [](qvds_list *list, void *elem) {
+            cursor_at(list, at_once).insert(item(elem));
+            return elem;
+        },
+    .insert_sorted =
+        [](qvds_list *list, void *elem, qvds_compare_fn compare) {
+            cursor_at(list, [=](const Item *stored) {
+                return compare(elem, stored) <= 0;
+            }).insert(item(elem));
+            return elem;
+        },
+    .pop = [](qvds_list *list) -> void * {
+        auto at = cursor_at(list, at_once);
+        return at ? at.erase() : nullptr;
+    },
+    .extract = [](qvds_list *list, const void *key, qvds_compare_fn compare) -> void * {
+        auto at = cursor_at(list, [=](const Item *stored) { return compare(key, stored) == 0; });
+        return at ? at.erase() : nullptr;
+    },
+    .concat = typed_face.concat,
+    .cut = [](qvds_list *list, qvds_list *out, void *elem) -> qvds_list * {
+        auto at = cursor_at(list, [=](const Item *stored) { return stored == elem; });
+        if (!at)
+            return nullptr;
+        *out = at.cut().c_record();
+        return out;
+    },
+    .append =
+        [](qvds_list *list, void *elem) {
+            cursor_at(list, at_the_end).insert(item(elem));
+            return elem;
+        },
+    .insert = typed_face.insert,
+};
+
 const chain_family family{
     .check = qvds::core::check_fifo,
     .has_tail = true,
@@ -151,8 +252,8 @@ TEST_F(Fifo, FollowsAModelInEveryShortProgram) {
     run_all_short_programs(family, c_face);
 }
 
-TEST_F(Fifo, FollowsAModelInRandomPrograms) {
-    run_random_programs(family, {c_face});
+TEST_F(Fifo, FollowsAModelInRandomProgramsThroughEveryFace) {
+    run_random_programs(family, {c_face, typed_face, cursor_face});
 }
 
 } // namespace

@@ -44,3 +44,7 @@ template class qvds::ring_of<int>;
 template class qvds::lifo<&element::next>;
 template class qvds::lifo<&element::node, qvds::dispose_with_delete>;
 template class qvds::lifo<&element::next, qvds::core::viewed>;
+
+template class qvds::fifo<&element::next>;
+template class qvds::fifo<&element::node, qvds::dispose_with_delete>;
+template class qvds::fifo<&element::next, qvds::core::viewed>;

@@ -1,8 +1,9 @@
-// The typed stack: what it offers beyond the C functions, which the model driver in lifo_test.cpp
-// runs it against.
+// The typed stack and the typed singly linked queue: what they offer beyond the C functions, which
+// the model driver runs them against in lifo_test.cpp and fifo_test.cpp.
 
 #include "typed.hpp"
 
+#include <qvds/fifo.hpp>
 #include <qvds/lifo.hpp>
 
 #include <algorithm>
@@ -17,18 +18,35 @@ template <auto Hook, class Disposal, class Job>
 void add(qvds::lifo<Hook, Disposal> &stack, Job &job) {
     stack.push(job);
 }
+template <auto Hook, class Disposal, class Job>
+void add(qvds::fifo<Hook, Disposal> &queue, Job &job) {
+    queue.push_front(job);
+}
 template <auto Hook, class Disposal>
 auto take(qvds::lifo<Hook, Disposal> &stack) {
     return stack.pop();
 }
 template <auto Hook, class Disposal>
+auto take(qvds::fifo<Hook, Disposal> &queue) {
+    return queue.pop_front();
+}
+template <auto Hook, class Disposal>
 auto first(qvds::lifo<Hook, Disposal> &stack) {
     return stack.top();
+}
+template <auto Hook, class Disposal>
+auto first(qvds::fifo<Hook, Disposal> &queue) {
+    return queue.front();
 }
 
 struct Lifo {
     template <auto Hook, class Disposal = qvds::core::leave_elements>
     using of = qvds::lifo<Hook, Disposal>;
+};
+
+struct Fifo {
+    template <auto Hook, class Disposal = qvds::core::leave_elements>
+    using of = qvds::fifo<Hook, Disposal>;
 };
 
 template <class Family>
@@ -67,10 +85,11 @@ struct TypedSingleLink : testing::Test {
 struct FamilyName {
     template <class Family>
     static std::string GetName(int /*index*/) {
-        return "Lifo";
+        return std::is_same_v<Family, Lifo> ? "Lifo" : "Fifo";
     }
 };
-TYPED_TEST_SUITE(TypedSingleLink, testing::Types<Lifo>, FamilyName);
+using Families = testing::Types<Lifo, Fifo>;
+TYPED_TEST_SUITE(TypedSingleLink, Families, FamilyName);
 
 TYPED_TEST(TypedSingleLink, WalksFromTheFirstElement) {
     EXPECT_EQ(priorities(this->jobs), (ints{1, 2, 3}));
@@ -252,6 +271,27 @@ TYPED_TEST(TypedSingleLink, CheckNamesTheElementNotItsLink) {
     this->three.link.next = &this->three.link;
     EXPECT_EQ(qvds::check(this->jobs).element, &this->three);
     this->three.link.next = nullptr;
+}
+
+struct TypedFifo : TypedSingleLink<Fifo> {};
+
+TEST_F(TypedFifo, KnowsBothEnds) {
+    Job zero{0}, four{4};
+    jobs.push_front(zero);
+    jobs.push_back(four);
+    EXPECT_EQ(jobs.front(), &zero);
+    EXPECT_EQ(std::as_const(jobs).back(), &four);
+    jobs.clear();
+    EXPECT_EQ(jobs.back(), nullptr);
+    jobs.push_back(four);
+    EXPECT_EQ(jobs.front(), &four);
+}
+
+TEST_F(TypedFifo, RemoveIfOfTheLastMovesTheBack) {
+    EXPECT_EQ(jobs.remove_if([](const Job &job) { return job.priority > 1; }), 2U);
+    EXPECT_EQ(jobs.back(), &one);
+    EXPECT_EQ(jobs.remove_if([](const Job &) { return true; }), 1U);
+    EXPECT_EQ(jobs.back(), nullptr);
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 /// Nothing here writes, and nothing here throws but the callables that a container was given.
 
 #include <qvds/core/check.hpp>
+#include <qvds/fifo.hpp>
 #include <qvds/fifo2.hpp>
 #include <qvds/keyed_hash.hpp>
 #include <qvds/list.hpp>
@@ -39,6 +40,10 @@ fault at_element(fault found) noexcept {
 template <auto Hook, class Disposal>
 [[nodiscard]] fault check(const lifo<Hook, Disposal> &stack) noexcept {
     return core::at_element<Hook>(core::check_lifo(stack.c_record()));
+}
+template <auto Hook, class Disposal>
+[[nodiscard]] fault check(const fifo<Hook, Disposal> &queue) noexcept {
+    return core::at_element<Hook>(core::check_fifo(queue.c_record()));
 }
 template <auto Hook, class Disposal>
 [[nodiscard]] fault check(const fifo2<Hook, Disposal> &queue) noexcept {

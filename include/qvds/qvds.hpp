@@ -8,6 +8,7 @@
 #include <qvds/hook.hpp>
 
 // Chains through the caller's records.
+#include <qvds/fifo.hpp>
 #include <qvds/fifo2.hpp>
 #include <qvds/lifo.hpp>
 
