@@ -48,3 +48,7 @@ template class qvds::lifo<&element::next, qvds::core::viewed>;
 template class qvds::fifo<&element::next>;
 template class qvds::fifo<&element::node, qvds::dispose_with_delete>;
 template class qvds::fifo<&element::next, qvds::core::viewed>;
+
+template class qvds::sloppy<&element::node>;
+template class qvds::sloppy<&element::node, qvds::dispose_with_delete>;
+template class qvds::sloppy<&element::node, qvds::core::viewed>;

@@ -21,6 +21,7 @@
 #include <qvds/qvcq.hpp>
 
 #include <qvds/lifo.hpp>
+#include <qvds/sloppy.hpp>
 
 namespace qvds {
 
@@ -48,6 +49,10 @@ template <auto Hook, class Disposal>
 template <auto Hook, class Disposal>
 [[nodiscard]] fault check(const fifo2<Hook, Disposal> &queue) noexcept {
     return core::at_element<Hook>(core::check_fifo2(queue.c_record()));
+}
+template <auto Hook, class Disposal>
+[[nodiscard]] fault check(const sloppy<Hook, Disposal> &list) noexcept {
+    return core::at_element<Hook>(core::check_sloppy(list.c_record()));
 }
 
 /// The same for a list in which this many walks are in progress, and for a table in which none is.

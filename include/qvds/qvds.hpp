@@ -11,6 +11,7 @@
 #include <qvds/fifo.hpp>
 #include <qvds/fifo2.hpp>
 #include <qvds/lifo.hpp>
+#include <qvds/sloppy.hpp>
 
 // Containers that allocate their own links and stay valid while they are walked.
 #include <qvds/keyed_hash.hpp>
