@@ -121,6 +121,7 @@ TYPED_TEST(TypedSingleLink, AddsBehindAnElement) {
 TYPED_TEST(TypedSingleLink, SortsByAnyComparisonAndProjection) {
     typename TestFixture::chain sorted;
     this->jobs.clear();
+    EXPECT_TRUE(this->jobs.empty());
     for (Job *job : {&this->two, &this->three, &this->one, &this->other_two})
         sorted.insert_sorted(*job, std::greater{}, &Job::rank);
     EXPECT_EQ(priorities(sorted), (ints{3, 2, 2, 1}));
@@ -165,7 +166,9 @@ TYPED_TEST(TypedSingleLink, ACursorStandsBehindAnElementInHand) {
     EXPECT_EQ(&*at, &this->two);
     at.erase();
     EXPECT_EQ(&*at, &this->three);
-    EXPECT_FALSE(this->jobs.cursor_after(this->three));
+    auto end = this->jobs.cursor_after(this->three);
+    EXPECT_FALSE(end);
+    EXPECT_EQ(qvds::check(end.cut()), qvds::sound);
 }
 
 TYPED_TEST(TypedSingleLink, CutAtAnElementOfAnotherChangesNothing) {
@@ -276,15 +279,15 @@ TYPED_TEST(TypedSingleLink, CheckNamesTheElementNotItsLink) {
 struct TypedFifo : TypedSingleLink<Fifo> {};
 
 TEST_F(TypedFifo, KnowsBothEnds) {
-    Job zero{0}, four{4};
-    jobs.push_front(zero);
-    jobs.push_back(four);
-    EXPECT_EQ(jobs.front(), &zero);
-    EXPECT_EQ(std::as_const(jobs).back(), &four);
+    EXPECT_EQ(jobs.front(), &one);
+    EXPECT_EQ(std::as_const(jobs).back(), &three);
+    jobs.push_back(other_two);
+    EXPECT_EQ(jobs.back(), &other_two);
     jobs.clear();
     EXPECT_EQ(jobs.back(), nullptr);
-    jobs.push_back(four);
-    EXPECT_EQ(jobs.front(), &four);
+    jobs.push_back(two);
+    jobs.push_front(one);
+    EXPECT_EQ(priorities(jobs), (ints{1, 2}));
 }
 
 TEST_F(TypedFifo, RemoveIfOfTheLastMovesTheBack) {
