@@ -1,50 +1,40 @@
-// The textbook heap: which compares are made, in which order, and what stands in the slots during
-// each of them. What differs from the textbook is invisible but for the time.
-//
-// Which of two children ranks higher is as good as random, so a branch on it is guessed wrong half
-// of the time. The sign of the compare is added to the slot number instead. Without that branch,
-// though, the processor can't guess its way ahead to the next level and waits for the items of
-// each: beyond the caches that costs more than the wrong guesses did. So a large heap fetches the
-// items of two levels down while the children are compared.
-//
-// Left out on purpose: to move a hole down or up and store the item once, at its end. It saves one
-// store at each level, which is next to nothing, but the item would be in no slot meanwhile, and a
-// compare callback that throws would lose it.
-
+#include <qvds/core/heap.hpp>
 #include <qvds/heap.h>
+
+using namespace qvds;
 
 namespace {
 
-// The items of a heap smaller than this stay in the caches by themselves.
-constexpr uint32_t first_cold_count = 4096;
+// What the core must know of the items, by the heap's own callbacks.
+struct callbacks {
+    const qvds_heap *heap;
 
-// Starts to fetch the items of the four grandchildren of slot k, which lie side by side. To know
-// them takes their slots, so those of the sixteen below the grandchildren are fetched as well, for
-// the same step two levels on. Always inlined: g++ takes a function that only fetches for one
-// without effect, and drops the call.
-[[gnu::always_inline]] inline void fetch_ahead(void *const *slots, uint32_t k, uint32_t n) {
-    const size_t grandchildren = size_t{k} * 4;
-    if (grandchildren + 3 > n)
-        return;
-    for (size_t i = 0; i < 4; ++i)
-        __builtin_prefetch(slots[grandchildren + i]);
-    const size_t below = grandchildren * 4;
-    if (below + 15 > n)
-        return;
-    __builtin_prefetch(&slots[below]);
-    __builtin_prefetch(&slots[below + 8]);
-}
-
-// Exchanges the contents of two slots.
-void exchange(const qvds_heap *heap, void **a, void **b) {
-    if (heap->swap != nullptr) {
-        heap->swap(a, b);
-    } else {
-        void *const item = *a;
-        *a = *b;
-        *b = item;
+    bool ranks_below(const void *a, const void *b) const { return heap->compare(a, b) < 0; }
+    static void fetch(const void *item) { __builtin_prefetch(item); }
+    void exchange(void **slots, uint32_t j, uint32_t k) const {
+        if (heap->swap != nullptr) {
+            heap->swap(&slots[j], &slots[k]);
+        } else {
+            void *const item = slots[j];
+            slots[j] = slots[k];
+            slots[k] = item;
+        }
     }
-}
+
+    struct moving {
+        const callbacks &items;
+        void **slots;
+        uint32_t k;
+
+        moving(const callbacks &its_items, void **its_slots, uint32_t its_k, void * /*item*/)
+            : items(its_items), slots(its_slots), k(its_k) {}
+        void *item() const { return slots[k]; }
+        void trade_with(uint32_t j) {
+            items.exchange(slots, k, j);
+            k = j;
+        }
+    };
+};
 
 } // namespace
 
@@ -66,40 +56,15 @@ int qvds_heap_full(const qvds_heap *heap) {
 }
 
 void qvds_heap_fix_up(qvds_heap *heap, uint32_t k) {
-    void **const slots = heap->slots;
-    while (k > 1) {
-        const uint32_t p = k / 2;
-        if (heap->compare(slots[p], slots[k]) >= 0)
-            return;
-        exchange(heap, &slots[k], &slots[p]);
-        k = p;
-    }
+    core::heap_fix_up(heap, k, callbacks{heap});
 }
 
 void qvds_heap_fix_down(qvds_heap *heap, uint32_t k, uint32_t n) {
-    uint32_t c = 2 * k;
-    if (c > n)
-        return; // and slot k, which need not even exist, is not looked at
-    void **const slots = heap->slots;
-    const qvds_compare_fn compare = heap->compare;
-    void *const item = slots[k];
-    // Slot k holds item, and c is its left child.
-    for (; c <= n; c = 2 * k) {
-        if (n >= first_cold_count)
-            fetch_ahead(slots, k, n);
-        if (c < n)
-            c += static_cast<uint32_t>(compare(slots[c], slots[c + 1]) < 0);
-        if (compare(item, slots[c]) >= 0)
-            return;
-        exchange(heap, &slots[k], &slots[c]);
-        k = c;
-    }
+    core::heap_fix_down(heap, k, n, callbacks{heap});
 }
 
 int qvds_heap_insert(qvds_heap *heap, void *item) {
-    const uint32_t last = ++heap->count;
-    heap->slots[last] = item;
-    qvds_heap_fix_up(heap, last);
+    core::heap_insert(heap, item, callbacks{heap});
     return 0;
 }
 
@@ -108,9 +73,5 @@ void *qvds_heap_find_top(const qvds_heap *heap) {
 }
 
 void *qvds_heap_remove_top(qvds_heap *heap) {
-    const uint32_t last = heap->count;
-    exchange(heap, &heap->slots[1], &heap->slots[last]);
-    qvds_heap_fix_down(heap, 1, last - 1);
-    heap->count = last - 1;
-    return heap->slots[last];
+    return core::heap_remove_top(heap, callbacks{heap});
 }
