@@ -9,6 +9,7 @@ struct element {
     element *next;
     int key;
     qvds_node node;
+    uint32_t slot;
 
     auto operator<=>(const element &other) const { return key <=> other.key; }
     bool operator==(const element &other) const { return key == other.key; }
@@ -19,6 +20,11 @@ struct text_hash {
 };
 struct text_equal {
     bool operator()(const char *a, const char *b) const { return *a == *b; }
+
+struct by_table {
+    const int *rank_of;
+
+    bool operator()(int a, int b) const { return rank_of[a] < rank_of[b]; }
 };
 
 } // namespace
@@ -52,3 +58,9 @@ template class qvds::fifo<&element::next, qvds::core::viewed>;
 template class qvds::sloppy<&element::node>;
 template class qvds::sloppy<&element::node, qvds::dispose_with_delete>;
 template class qvds::sloppy<&element::node, qvds::core::viewed>;
+
+template class qvds::heap<element>;
+template class qvds::heap<element, &element::key, &element::slot>;
+template class qvds::heap<element, &element::key, &element::slot, by_table>;
+template class qvds::heap<element, &element::key, nullptr, by_table, qvds::dispose_with_delete>;
+template class qvds::heap<element, &element::key, &element::slot, by_table, qvds::core::viewed>;

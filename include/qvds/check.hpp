@@ -23,6 +23,8 @@
 #include <qvds/lifo.hpp>
 #include <qvds/sloppy.hpp>
 
+#include <qvds/heap.hpp>
+
 namespace qvds {
 
 namespace core {
@@ -74,6 +76,25 @@ template <class Disposal>
 template <class T>
 [[nodiscard]] fault check(const ring_of<T> &records) noexcept {
     return core::check_qvcq(records.c_record());
+}
+
+/// The same for a heap. Asks the comparison once for each element but the first, and throws what it
+/// throws.
+template <class T, auto Projection, auto Slot, class Compare, class Disposal>
+[[nodiscard]] fault check(const heap<T, Projection, Slot, Compare, Disposal> &queue) {
+    const auto ranks_below = [&](const void *a, const void *b) {
+        return queue.ranks_below(*static_cast<const T *>(a), *static_cast<const T *>(b));
+    };
+    if (const fault found = core::check_heap(*queue.heap_.get(), ranks_below))
+        return found;
+    if constexpr (core::keeps_slots<Slot>) {
+        uint32_t k = 0;
+        for (const T &elem : queue)
+            if (elem.*Slot != ++k)
+                return {3, __builtin_addressof(elem),
+                        "the slot member of each element is the number of its slot"};
+    }
+    return {};
 }
 
 } // namespace qvds

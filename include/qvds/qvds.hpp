@@ -20,4 +20,7 @@
 // Ring of messages.
 #include <qvds/qvcq.hpp>
 
+// What is due next.
+#include <qvds/heap.hpp>
+
 #endif
