@@ -11,6 +11,8 @@ struct element {
     qvds_node node;
     uint32_t slot;
 
+    qvds_cq_entry entry;
+
     auto operator<=>(const element &other) const { return key <=> other.key; }
     bool operator==(const element &other) const { return key == other.key; }
 };
@@ -64,3 +66,9 @@ template class qvds::heap<element, &element::key, &element::slot>;
 template class qvds::heap<element, &element::key, &element::slot, by_table>;
 template class qvds::heap<element, &element::key, nullptr, by_table, qvds::dispose_with_delete>;
 template class qvds::heap<element, &element::key, &element::slot, by_table, qvds::core::viewed>;
+
+using steady = std::chrono::steady_clock;
+using microseconds = std::chrono::microseconds;
+template class qvds::calendar<&element::entry>;
+template class qvds::calendar<&element::entry, steady, microseconds, qvds::dispose_with_delete>;
+template class qvds::calendar<&element::entry, steady, microseconds, qvds::core::viewed>;

@@ -27,6 +27,10 @@
 
 namespace qvds {
 
+// Whoever has one has included cq.hpp; all others are spared <chrono>.
+template <auto Hook, class Clock, class Tick, class Disposal>
+class calendar;
+
 namespace core {
 
 // The same fault, with the address of the element in the place of its link's.
@@ -55,6 +59,17 @@ template <auto Hook, class Disposal>
 template <auto Hook, class Disposal>
 [[nodiscard]] fault check(const sloppy<Hook, Disposal> &list) noexcept {
     return core::at_element<Hook>(core::check_sloppy(list.c_record()));
+}
+
+/// The same for a calendar. In `fire`, what is yet to fire is in no bucket and not checked, but is
+/// counted.
+template <auto Hook, class Clock, class Tick, class Disposal>
+[[nodiscard]] fault check(const calendar<Hook, Clock, Tick, Disposal> &cal) noexcept {
+    qvds_cq days = cal.c_record();
+    using place = typename calendar<Hook, Clock, Tick, Disposal>::const_iterator;
+    for (auto at = cal.begin(); at.day() == place::before_all_days && days.count > 0; ++at)
+        --days.count;
+    return core::at_element<Hook>(core::check_cq(days));
 }
 
 /// The same for a list in which this many walks are in progress, and for a table in which none is.

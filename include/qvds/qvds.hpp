@@ -23,4 +23,7 @@
 // What is due next.
 #include <qvds/heap.hpp>
 
+// What waits for its turn or its time.
+#include <qvds/cq.hpp>
+
 #endif

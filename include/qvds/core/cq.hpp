@@ -1,5 +1,7 @@
-// A table of doubly linked chains. The walk knows its bucket from the caller, so that only filing
-// an entry, and deleting one that is the first of its day, divide.
+// The calendar queue, a table of doubly linked chains. See cq.h for the records and the invariants.
+//
+// The walk of a day knows its bucket from the caller, so that only filing an entry, and deleting one
+// that is the first of its day, divide.
 //
 // Days are short and filled at random: whether an entry has another behind it is as good as a coin
 // tossed, and a branch on it is guessed wrong that often. So no branch asks. Where the successor is
@@ -11,6 +13,15 @@
 //
 // Once that is done, a mask and a shift instead of the divisions gain nothing more: the processor
 // divides beside its other work.
+//
+// That walk fires while it stands in the bucket, and so cannot bear that fire deletes the
+// entry behind. What fires all days that have come (cq_collect) first moves what is due, of all
+// these days, to a chain behind a dummy entry:
+//
+//     dummy <-> first <-> ... <-> last -> null
+//
+// An entry there has a `prev`, whichever it is, so cq_delete takes it out as well and never looks
+// for its bucket, and counts it until then: all that is yet to fire can be cancelled at any time.
 
 #ifndef QVDS_CORE_CQ_HPP
 #define QVDS_CORE_CQ_HPP
@@ -65,6 +76,145 @@ QVDS_HIDDEN inline void cq_iterate_expired(qvds_cq *cq, uint32_t bucket, uint32_
         fire(entry);
         ++cq->expired;
     }
+}
+
+// Takes the entries of one day that expire at now or before out of their bucket and puts them behind
+// last, the end of a chain, in the order in which they were filed. Returns the new end. The count
+// stays, and what stays in the bucket is written only behind a gap.
+QVDS_HIDDEN inline qvds_cq_entry *cq_collect_day(qvds_cq *cq, qvds_cq_entry *&bucket, uint32_t now,
+                                                 qvds_cq_entry *last) {
+    qvds_cq_entry **link = &bucket, *before = nullptr;  // where what stays is linked to
+    qvds_cq_entry *oldest = nullptr, *newest = nullptr; // of what is taken out
+    for (qvds_cq_entry *entry = bucket, *next; entry != nullptr; entry = next) {
+        ++cq->scanned;
+        next = entry->next;
+        if (entry->expires > now) {
+            if (*link != entry) {
+                *link = entry;
+                entry->prev = before;
+            }
+            before = entry;
+            link = &entry->next;
+            continue;
+        }
+        entry->next = oldest;
+        (oldest != nullptr ? oldest : entry)->prev = entry;
+        newest = newest != nullptr ? newest : entry;
+        oldest = entry;
+    }
+    if (oldest == nullptr)
+        return last;
+    *link = nullptr;
+    last->next = oldest;
+    oldest->prev = last;
+    return newest;
+}
+
+// The chains a and b, each in order of time, as one; of equals those of a come first. Of the links,
+// only `next` is kept.
+QVDS_HIDDEN inline qvds_cq_entry *cq_merge(qvds_cq_entry *a, qvds_cq_entry *b) {
+    qvds_cq_entry *first = nullptr, **link = &first;
+    while (a != nullptr && b != nullptr) {
+        qvds_cq_entry *&earlier = b->expires < a->expires ? b : a;
+        *link = earlier;
+        link = &earlier->next;
+        earlier = earlier->next;
+    }
+    *link = a != nullptr ? a : b;
+    return first;
+}
+
+// Sorts what is behind before by time, and leaves equals in their order.
+QVDS_HIDDEN inline void cq_sort(qvds_cq_entry *before) {
+    qvds_cq_entry *runs[32]{}; // of 1, 2, 4, ... entries, the longer the earlier in the chain
+    for (qvds_cq_entry *entry = before->next, *next; entry != nullptr; entry = next) {
+        next = entry->next;
+        entry->next = nullptr;
+        qvds_cq_entry **run = runs;
+        for (; *run != nullptr; *run++ = nullptr)
+            entry = cq_merge(*run, entry);
+        *run = entry;
+    }
+    qvds_cq_entry *sorted = nullptr;
+    for (qvds_cq_entry *const run : runs)
+        sorted = cq_merge(run, sorted);
+    before->next = sorted;
+    for (; sorted != nullptr; sorted = sorted->next) {
+        sorted->prev = before;
+        before = sorted;
+    }
+}
+
+// The day that is walked next: its bucket, and the first time after it.
+struct cq_day {
+    uint32_t bucket;
+    uint64_t end;
+};
+
+QVDS_HIDDEN constexpr cq_day cq_day_of(const qvds_cq *cq, uint32_t time) {
+    return {time / cq->width % cq->size, uint64_t{time} - time % cq->width + cq->width};
+}
+
+QVDS_HIDDEN inline uint32_t cq_bucket_after(const qvds_cq *cq, uint32_t bucket) {
+    return bucket + 1 < cq->size ? bucket + 1 : 0;
+}
+
+// Moves what is due by now to the end of the chain behind dummy, in order of days, from today's on.
+// Nothing filed is from a day before.
+QVDS_HIDDEN inline void cq_collect(qvds_cq *cq, qvds_cq_entry *dummy, cq_day &today, uint32_t now) {
+    qvds_cq_entry *before = dummy;
+    while (before->next != nullptr)
+        before = before->next;
+    qvds_cq_entry *last = cq_collect_day(cq, cq->buckets[today.bucket], now, before);
+    if (now < today.end)
+        return;
+    const uint32_t days = (now - static_cast<uint32_t>(today.end)) / cq->width + 1;
+    const uint32_t first = today.bucket;
+    for (uint32_t left = days < cq->size ? days : cq->size - 1; left > 0; --left) {
+        today.bucket = cq_bucket_after(cq, today.bucket);
+        // What the next day begins with may be far away in memory.
+        __builtin_prefetch(cq->buckets[cq_bucket_after(cq, today.bucket)]);
+        last = cq_collect_day(cq, cq->buckets[today.bucket], now, last);
+    }
+    if (days >= cq->size) { // and a bucket held more than one of the days
+        cq_sort(before);
+        today.bucket = static_cast<uint32_t>((uint64_t{first} + days) % cq->size);
+    }
+    today.end += uint64_t{days} * cq->width;
+}
+
+// Takes `past` from all times, a multiple of width times size, so that every entry stays in its
+// bucket. What is due already and on the chain behind dummy may be from before; its time becomes 0.
+QVDS_HIDDEN inline void cq_move_epoch(qvds_cq *cq, qvds_cq_entry *dummy, uint64_t past) {
+    for (qvds_cq_entry *entry = dummy->next; entry != nullptr; entry = entry->next)
+        entry->expires = entry->expires > past ? static_cast<uint32_t>(entry->expires - past) : 0;
+    for (uint32_t bucket = 0; bucket < cq->size; ++bucket)
+        for (qvds_cq_entry *entry = cq->buckets[bucket]; entry != nullptr; entry = entry->next)
+            entry->expires -= static_cast<uint32_t>(past);
+}
+
+// Files what is on the chain behind dummy again, for now.
+QVDS_HIDDEN inline void cq_file_again(qvds_cq *cq, qvds_cq_entry *dummy, uint32_t now) {
+    while (qvds_cq_entry *const entry = dummy->next) {
+        cq_unlink(cq, entry, dummy->next);
+        entry->expires = now;
+        cq_insert(cq, entry);
+    }
+}
+
+// When the next entry expires, or limit if none does before.
+QVDS_HIDDEN inline uint64_t cq_next_expiry(const qvds_cq *cq, cq_day day, uint64_t limit) {
+    uint64_t next = limit;
+    for (uint32_t left = cq->size; left > 0; --left) {
+        for (const qvds_cq_entry *entry = cq->buckets[day.bucket]; entry != nullptr;
+             entry = entry->next)
+            next = entry->expires < next ? entry->expires : next;
+        if (next < day.end) // and all other days are later
+            break;
+        day.end += cq->width;
+        day.bucket = cq_bucket_after(cq, day.bucket);
+    }
+    return next;
 }
 
 } // namespace qvds::core
