@@ -3,6 +3,8 @@
 
 #include <qvds/qvds.hpp>
 
+#include <functional>
+
 namespace {
 
 struct element {
@@ -72,3 +74,9 @@ using microseconds = std::chrono::microseconds;
 template class qvds::calendar<&element::entry>;
 template class qvds::calendar<&element::entry, steady, microseconds, qvds::dispose_with_delete>;
 template class qvds::calendar<&element::entry, steady, microseconds, qvds::core::viewed>;
+
+template class qvds::counted_tree<&element::key>;
+template class qvds::counted_tree<qvds::item<element>, std::less<>, qvds::balance_beyond<3>,
+                                  qvds::dispose_with_delete>;
+template class qvds::counted_tree<&element::key, qvds::core::natural_order, qvds::balance_never,
+                                  qvds::core::viewed>;

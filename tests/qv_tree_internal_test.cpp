@@ -1,4 +1,5 @@
 #include <qvds/qv_tree.h>
+#include <qvds/qv_tree.hpp>
 
 #include <cerrno>
 
@@ -48,5 +49,38 @@ TEST(CountedTree, OnlyInsertionsThatAddANodeAllocate) {
     EXPECT_EQ(qv_tree_insert(t, compare_addresses, &item), t);
     EXPECT_EQ(test::live_blocks(), 1U);
     EXPECT_EQ(qv_tree_delete(t, compare_addresses, &item), none);
+    EXPECT_EQ(test::live_blocks(), 0U);
+}
+
+TEST(TypedCountedTree, FailedInsertionIsAResult) {
+    struct Item {
+        int key;
+    } items[]{{1}, {2}};
+    test::for_each_failing_allocation([&](const test::FailingAlloc &failing) {
+        qvds::counted_tree<&Item::key> tree;
+        for (Item &item : items) {
+            const uint32_t before = tree.size();
+            const auto [where, fresh] = tree.insert(item);
+            EXPECT_EQ(where, fresh ? &item : nullptr);
+            EXPECT_EQ(tree.size(), before + static_cast<uint32_t>(fresh));
+        }
+        EXPECT_EQ(tree.size(), failing.failed() ? 1U : 2U);
+    });
+    EXPECT_EQ(test::live_blocks(), 0U);
+}
+
+TEST(TypedCountedTree, FailedLoadAddsNothing) {
+    struct Item {
+        int key;
+    } items[]{{2}, {3}, {4}}, least{1};
+    test::for_each_failing_allocation([&](const test::FailingAlloc &failing) {
+        qvds::counted_tree<&Item::key> tree;
+        if (!tree.insert(least).fresh)
+            return;
+        const bool loaded = tree.load_sorted(items) == qvds::load_result::loaded;
+        EXPECT_EQ(loaded, !failing.failed());
+        EXPECT_EQ(tree.size(), loaded ? 4U : 1U);
+        EXPECT_EQ(test::live_blocks(), tree.size());
+    });
     EXPECT_EQ(test::live_blocks(), 0U);
 }

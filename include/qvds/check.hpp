@@ -25,6 +25,8 @@
 
 #include <qvds/heap.hpp>
 
+#include <qvds/qv_tree.hpp>
+
 namespace qvds {
 
 // Whoever has one has included cq.hpp; all others are spared <chrono>.
@@ -110,6 +112,16 @@ template <class T, auto Projection, auto Slot, class Compare, class Disposal>
                         "the slot member of each element is the number of its slot"};
     }
     return {};
+}
+
+/// Of a tree, `element` is the item of the node at fault. Throws what its comparison throws.
+template <auto Key, class Compare, class Balance, class Disposal>
+[[nodiscard]] fault check(const counted_tree<Key, Compare, Balance, Disposal> &tree) {
+    fault found = core::check_qv_tree(
+        tree.c_root(), [&](const void *a, const void *b) { return tree.compare_items(a, b); });
+    if (found.element != nullptr)
+        found.element = static_cast<const qv_tree *>(found.element)->item;
+    return found;
 }
 
 } // namespace qvds

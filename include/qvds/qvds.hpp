@@ -26,4 +26,7 @@
 // What waits for its turn or its time.
 #include <qvds/cq.hpp>
 
+// Search trees.
+#include <qvds/qv_tree.hpp>
+
 #endif

@@ -12,6 +12,8 @@
 #include <qvds/lifo.h>
 #include <qvds/qvcq.h>
 
+#include <qvds/qv_tree.h>
+
 namespace qvds {
 
 /// What a check finds: false if all invariants hold.
@@ -196,6 +198,31 @@ QVDS_HIDDEN inline fault check_keyed_hash(const hashlist &table, const int *walk
             if (table.slot_func(hash, table.size, table.lists) != slot)
                 return {3, link, "every live entry is in the bucket of its key"};
         }
+
+// A subtree, whose items lie between those of two nodes, either of which may be null for no bound.
+// The recursion takes the smaller side, the loop the larger.
+template <class Compare>
+QVDS_HIDDEN inline fault check_qv_tree_between(const qv_tree *t, const qv_tree *lower,
+                                               const qv_tree *upper, Compare &compare) {
+    while (t != &qv_tree_null) {
+        const qv_tree *const left = t->left;
+        const qv_tree *const right = t->right;
+        if (left == nullptr || right == nullptr)
+            return {3, t, "each link is a node or the address of qv_tree_null"};
+        if (t->count != 1 + uint64_t{left->count} + right->count)
+            return {1, t, "count is 1 plus the counts of left and right"};
+        if ((lower != nullptr && compare(t->item, lower->item) <= 0) ||
+            (upper != nullptr && compare(t->item, upper->item) >= 0))
+            return {2, t,
+                    "all items in left compare less than the node's, all in right greater; no two "
+                    "are equal"};
+        const bool leftwards = left->count < right->count;
+        const fault found = leftwards ? check_qv_tree_between(left, lower, t, compare)
+                                      : check_qv_tree_between(right, t, upper, compare);
+        if (found)
+            return found;
+        (leftwards ? lower : upper) = t;
+        t = leftwards ? right : left;
     }
     return {};
 }
@@ -211,6 +238,18 @@ QVDS_HIDDEN inline fault check_qvcq(const qvcq &ring) noexcept {
         if (ring.entries[i].data != block)
             return {3, &ring.entries[i], "the data of entry i is storage + i * block_size"};
     return {};
+
+// compare(a, b) is negative, zero or positive as item a comes before b, with it or behind. Where I1
+// holds, counts fall with every step down, so no walk is endless. The stack is for the logarithm of
+// the count, whatever the shape.
+template <class Compare>
+QVDS_HIDDEN inline fault check_qv_tree(const qv_tree *root, Compare compare) {
+    const qv_tree &null = qv_tree_null;
+    if (null.count != 0 || null.item != nullptr || null.left != nullptr || null.right != nullptr)
+        return {3, &null, "no operation writes to qv_tree_null"};
+    if (root == nullptr)
+        return {3, nullptr, "a root is a node or the address of qv_tree_null"};
+    return check_qv_tree_between(root, nullptr, nullptr, compare);
 }
 
 } // namespace core

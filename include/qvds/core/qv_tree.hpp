@@ -48,11 +48,13 @@ QVDS_HIDDEN inline qv_tree *counted_child(const qv_tree *t, bool right) {
     return *counted_link(const_cast<qv_tree *>(t), right);
 }
 
-// The items of both children are fetched while compare is busy with t's. Those of the sentinel are
-// null, which a prefetch may be given.
+// Both children are fetched while a comparison is busy with t's item; not so in a small tree, which
+// lies in the cache.
+inline constexpr uint32_t counted_small = 4096;
+
 QVDS_HIDDEN inline void counted_prefetch_below(const qv_tree *t) {
-    __builtin_prefetch(t->left->item);
-    __builtin_prefetch(t->right->item);
+    __builtin_prefetch(t->left);
+    __builtin_prefetch(t->right);
 }
 
 // -- Search ----------------------------------------------------------------------------------
@@ -60,15 +62,58 @@ QVDS_HIDDEN inline void counted_prefetch_below(const qv_tree *t) {
 // The node whose item matches, or null.
 template <class Order>
 QVDS_HIDDEN inline qv_tree *counted_find(const qv_tree *root, Order &&order_of) {
+    const bool large = root->count > counted_small;
     const qv_tree *t = root;
     while (t != counted_null) {
-        counted_prefetch_below(t);
+        if (large)
+            counted_prefetch_below(t);
         const int32_t order = order_of(t->item);
         if (order == 0)
             return const_cast<qv_tree *>(t);
         t = counted_child(t, order > 0);
     }
     return nullptr;
+}
+
+// A place in the order: how many items come before it, and the node of the next one, null at the
+// end.
+struct counted_place {
+    qv_tree *node;
+    uint32_t rank;
+};
+
+// Goes down to the end of a branch, so that no match is asked for on the way.
+template <class Before>
+QVDS_HIDDEN inline counted_place counted_find_place(const qv_tree *root, Before &&is_before) {
+    const qv_tree *next = nullptr;
+    uint32_t before = 0;
+    const bool large = root->count > counted_small;
+    for (const qv_tree *t = root; t != counted_null;) {
+        if (large)
+            counted_prefetch_below(t);
+        const bool right = is_before(t->item);
+        // What a step to the right leaves behind: t and its left subtree.
+        before += (t->left->count + 1) & -static_cast<uint32_t>(right);
+        next = right ? next : t;
+        t = counted_child(t, right);
+    }
+    return {const_cast<qv_tree *>(next), before};
+}
+
+// The node of a rank, or null if there are not as many.
+QVDS_HIDDEN inline qv_tree *counted_nth(const qv_tree *root, uint32_t rank) {
+    if (rank >= root->count)
+        return nullptr;
+    const qv_tree *t = root;
+    for (uint32_t own = t->left->count; own != rank; own = t->left->count) {
+        // As in counted_partition.
+        __builtin_prefetch(t->left->left);
+        __builtin_prefetch(t->right->left);
+        const bool right = own < rank;
+        rank -= right ? own + 1 : 0;
+        t = counted_child(t, right);
+    }
+    return const_cast<qv_tree *>(t);
 }
 
 // The way from a root to the place of an item. A tree of random items up to millions has fewer
@@ -88,21 +133,36 @@ QVDS_HIDDEN inline counted_path counted_find_path(qv_tree **root, Order &&order_
     qv_tree **link = root;
     uint32_t depth = 0;
     uint32_t before = 0;
+    const bool large = (*root)->count > counted_small;
     for (qv_tree *t = *link; t != counted_null; t = *link) {
-        counted_prefetch_below(t);
+        if (large)
+            counted_prefetch_below(t);
         const int32_t order = order_of(t->item);
         if (order == 0)
             break;
         const bool right = order > 0;
         way.last[depth++ % counted_path::window] = t;
         link = counted_link(t, right);
-        // What a step to the right leaves behind: t and its left subtree.
-        const uint32_t passed = t->count - (*link)->count;
-        before += right ? passed : 0;
+        before += (t->left->count + 1) & -static_cast<uint32_t>(right);
     }
     way.link = link;
     way.depth = depth;
     way.before = before;
+    return way;
+}
+
+// The way to the node of a rank, which must be below the count.
+QVDS_HIDDEN inline counted_path counted_path_to(qv_tree **root, uint32_t rank) {
+    counted_path way;
+    way.link = root;
+    way.depth = 0;
+    way.before = rank;
+    for (qv_tree *t = *root; t->left->count != rank; t = *way.link) {
+        const bool right = t->left->count < rank;
+        rank -= right ? t->left->count + 1 : 0;
+        way.last[way.depth++ % counted_path::window] = t;
+        way.link = counted_link(t, right);
+    }
     return way;
 }
 
@@ -209,6 +269,17 @@ QVDS_HIDDEN inline qv_tree *counted_remove(const counted_path &way, qv_tree *roo
     return t;
 }
 
+// Cuts off the nodes of this rank and above, and returns them.
+QVDS_HIDDEN inline qv_tree *counted_split(qv_tree **root, uint32_t rank) {
+    if (rank >= (*root)->count)
+        return counted_null;
+    qv_tree *const rest = counted_partition(*root, rank);
+    *root = rest->left;
+    rest->left = counted_null;
+    rest->count -= (*root)->count;
+    return rest;
+}
+
 // -- Shape -----------------------------------------------------------------------------------
 
 // Counts a node again from its children. The sentinel counts 0.
@@ -249,6 +320,17 @@ QVDS_HIDDEN inline qv_tree *counted_smallest_to_root(qv_tree *t) {
     return t;
 }
 
+// Takes the smallest node out of a tree that has one. The rotations put the nodes above it on the
+// right edge, where they stay, so a tree is emptied this way in linear time; and it is sound all
+// the while.
+QVDS_HIDDEN inline qv_tree *counted_pop_smallest(qv_tree **root) {
+    qv_tree *t = *root;
+    while (t->left != counted_null)
+        t = counted_rotate<true>(t);
+    *root = t->right;
+    return t;
+}
+
 // A tree made of the smallest nodes of another, and what remains of that.
 struct counted_built {
     qv_tree *root;
@@ -286,6 +368,57 @@ QVDS_HIDDEN inline qv_tree *counted_balance(qv_tree *root) {
     return counted_build(root, root->count).root;
 }
 
+// The levels of a tree. Only the smaller of two subtrees is a recursion, so the stack is for the
+// logarithm of the count, whatever the shape.
+QVDS_HIDDEN inline uint32_t counted_height(const qv_tree *root) {
+    uint32_t height = 0;
+    uint32_t level = 0;
+    for (const qv_tree *t = root; t != counted_null;) {
+        ++level;
+        const bool smaller = t->right->count < t->left->count;
+        const uint32_t below = level + counted_height(counted_child(t, smaller));
+        height = below > height ? below : height;
+        t = counted_child(t, !smaller);
+    }
+    return height;
+}
+
+// The whole part of c log2 n, for n from 1, from the leading bits of the power n^c.
+QVDS_HIDDEN inline uint32_t counted_levels(uint32_t n, uint32_t c) {
+    uint64_t power = 1;
+    uint32_t dropped = 0;
+    for (; c > 0; --c) {
+        power *= n;
+        const int excess = power > UINT32_MAX ? 32 - __builtin_clzll(power) : 0;
+        power >>= excess;
+        dropped += static_cast<uint32_t>(excess);
+    }
+    return dropped + 31 - static_cast<uint32_t>(__builtin_clz(static_cast<uint32_t>(power)));
+}
+
+// Balances the part of a tree that has let a leaf, just added, get deeper than c log2 n levels: the
+// smallest subtree on the way of which that can be said, n being its own count. The next smaller
+// one held more than 2^(-1/c) of its nodes, or it could be said of that as well. It takes a number
+// of insertions and deletions in proportion to n to make half of it so much, and that pays for the
+// work: logarithmic an insertion, on average over any sequence.
+QVDS_HIDDEN inline void counted_shorten(const counted_path &way, qv_tree **root, uint32_t c) {
+    if (way.depth <= counted_levels((*root)->count, c))
+        return;
+    qv_tree **deep = root;
+    qv_tree **link = root;
+    uint32_t before = way.before;
+    for (uint32_t below = way.depth; below > 0; --below) {
+        qv_tree *const t = *link;
+        if (below > counted_levels(t->count, c))
+            deep = link;
+        const uint32_t smaller = t->left->count;
+        const bool right = before > smaller;
+        before -= right ? smaller + 1 : 0;
+        link = counted_link(t, right);
+    }
+    *deep = counted_balance(*deep);
+}
+
 // -- Walk ------------------------------------------------------------------------------------
 
 // Calls visit(t) on every node. Not inlined into itself, so that a level costs one frame of its
@@ -306,6 +439,78 @@ template <int32_t order, class Visit>
             return;
         }
         t = t->right;
+    }
+}
+
+// The next and the previous node, by way of the root where a parent would be needed.
+QVDS_HIDDEN inline qv_tree *counted_successor(const qv_tree *root, qv_tree *t, uint32_t rank) {
+    if (t->right == counted_null)
+        return counted_nth(root, rank + 1);
+    for (t = t->right; t->left != counted_null;)
+        t = t->left;
+    return t;
+}
+QVDS_HIDDEN inline qv_tree *counted_predecessor(const qv_tree *root, qv_tree *t, uint32_t rank) {
+    if (t == nullptr || t->left == counted_null)
+        return counted_nth(root, rank - 1);
+    for (t = t->left; t->right != counted_null;)
+        t = t->right;
+    return t;
+}
+
+// A walk in ascending order, which remembers the nodes whose turn is still to come: those that it
+// has gone left at. It is at most as many as the window holds; those that have dropped out of it
+// are found again by rank.
+struct counted_cursor {
+    static constexpr uint32_t window = 64;
+
+    const qv_tree *root;
+    qv_tree *node; // where the walk stands, null at the end
+    uint32_t rank;
+    uint32_t top;  // the last one remembered is in slot top % window
+    uint32_t held; // so many are remembered
+    qv_tree *waiting[window];
+};
+
+QVDS_HIDDEN inline void counted_wait(counted_cursor *at, qv_tree *t) {
+    __builtin_prefetch(t->right);
+    __builtin_prefetch(t->item);
+    at->waiting[++at->top % counted_cursor::window] = t;
+    at->held += at->held < counted_cursor::window;
+}
+
+QVDS_HIDDEN inline void counted_seek(counted_cursor *at, uint32_t rank) {
+    at->rank = rank;
+    at->held = 0;
+    if (rank >= at->root->count) {
+        at->node = nullptr;
+        return;
+    }
+    qv_tree *t = const_cast<qv_tree *>(at->root);
+    for (uint32_t own = t->left->count; own != rank; own = t->left->count) {
+        if (own < rank) {
+            rank -= own + 1;
+            t = t->right;
+        } else {
+            counted_wait(at, t);
+            t = t->left;
+        }
+    }
+    at->node = t;
+}
+
+QVDS_HIDDEN inline void counted_advance(counted_cursor *at) {
+    ++at->rank;
+    qv_tree *t = at->node->right;
+    if (t != counted_null) {
+        for (; t->left != counted_null; t = t->left)
+            counted_wait(at, t);
+        at->node = t;
+    } else if (at->held > 0) {
+        --at->held;
+        at->node = at->waiting[at->top-- % counted_cursor::window];
+    } else {
+        counted_seek(at, at->rank);
     }
 }
 
