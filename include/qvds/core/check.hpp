@@ -198,6 +198,22 @@ QVDS_HIDDEN inline fault check_keyed_hash(const hashlist &table, const int *walk
             if (table.slot_func(hash, table.size, table.lists) != slot)
                 return {3, link, "every live entry is in the bucket of its key"};
         }
+    }
+    return {};
+}
+
+QVDS_HIDDEN inline fault check_qvcq(const qvcq &ring) noexcept {
+    const int64_t blocks = ring.blocks, head = ring.head, tail = ring.tail;
+    if (head < 0 || head >= blocks || tail < 0 || tail >= blocks)
+        return {1, &ring, "head and tail are at least 0 and below blocks"};
+    if (ring.size != (head - tail + blocks) % blocks)
+        return {2, &ring, "size is head - tail, modulo blocks"};
+    const char *block = static_cast<const char *>(ring.storage);
+    for (int64_t i = 0; i != blocks; ++i, block += ring.block_size)
+        if (ring.entries[i].data != block)
+            return {3, &ring.entries[i], "the data of entry i is storage + i * block_size"};
+    return {};
+}
 
 // A subtree, whose items lie between those of two nodes, either of which may be null for no bound.
 // The recursion takes the smaller side, the loop the larger.
@@ -226,18 +242,6 @@ QVDS_HIDDEN inline fault check_qv_tree_between(const qv_tree *t, const qv_tree *
     }
     return {};
 }
-
-QVDS_HIDDEN inline fault check_qvcq(const qvcq &ring) noexcept {
-    const int64_t blocks = ring.blocks, head = ring.head, tail = ring.tail;
-    if (head < 0 || head >= blocks || tail < 0 || tail >= blocks)
-        return {1, &ring, "head and tail are at least 0 and below blocks"};
-    if (ring.size != (head - tail + blocks) % blocks)
-        return {2, &ring, "size is head - tail, modulo blocks"};
-    const char *block = static_cast<const char *>(ring.storage);
-    for (int64_t i = 0; i != blocks; ++i, block += ring.block_size)
-        if (ring.entries[i].data != block)
-            return {3, &ring.entries[i], "the data of entry i is storage + i * block_size"};
-    return {};
 
 // compare(a, b) is negative, zero or positive as item a comes before b, with it or behind. Where I1
 // holds, counts fall with every step down, so no walk is endless. The stack is for the logarithm of
