@@ -1,15 +1,16 @@
 #include <qvds/hash2.h>
+#include <qvds/hash2.hpp>
 
 #include <algorithm>
 #include <cctype>
 #include <deque>
 
-#include "check_hash.hpp"
+#include "fault.hpp"
 #include "support.hpp"
 
 namespace {
 
-using qvds::check_hash, qvds::check_hash2, qvds::fault, qvds::sound;
+using qvds::core::check_hash, qvds::core::check_hash2, qvds::fault, qvds::sound;
 
 struct Item {
     qvds_node node;
@@ -31,8 +32,8 @@ int32_t compare(const void *key, const void *stored) {
     return static_cast<int32_t>(key_of(key) - key_of(stored));
 }
 
-// The operations of the two families, and the ways to reach them, of which one may well alternate
-// between others. The tests go through each.
+// The operations of the two families, and the ways to reach them. The tests go through each, and the
+// driver through those of one family by turns.
 struct Face {
     const char *name;
     bool doubly;
@@ -50,6 +51,68 @@ struct Face {
         return doubly ? check_hash2(table) : check_hash(table);
     }
 };
+
+// The same through views, which choose buckets by the record's callback.
+struct MatchesBy {
+    qvds_compare_fn compare;
+    bool operator()(const Item &key, const Item &stored) const {
+        return compare(&key, &stored) == 0;
+    }
+};
+Item &item(void *elem) {
+    return *static_cast<Item *>(elem);
+}
+template <class View>
+struct Typed {
+    static View view(const qvds_hash *table, qvds_compare_fn compare = nullptr) {
+        return View(const_cast<qvds_hash &>(*table), {}, {compare});
+    }
+    static void *store(qvds_hash *table, void *elem) {
+        view(table).store(item(elem));
+        return elem;
+    }
+    static void *storereplace(qvds_hash *table, void *elem, qvds_compare_fn compare) {
+        Item *const replaced = view(table, compare).store_or_replace(item(elem));
+        return replaced != nullptr ? replaced : elem;
+    }
+    static void *searchinsert(qvds_hash *table, void *elem, qvds_compare_fn compare) {
+        return view(table, compare).insert_or_find(item(elem)).where;
+    }
+    static void *retrieve(const qvds_hash *table, const void *key, qvds_compare_fn compare) {
+        return view(table, compare).find(*static_cast<const Item *>(key));
+    }
+    static void *extract(qvds_hash *table, const void *key, qvds_compare_fn compare) {
+        return view(table, compare).extract(*static_cast<const Item *>(key));
+    }
+    static void *unlink(qvds_hash * /*table*/, void *elem) {
+        View::unlink(item(elem));
+        return elem;
+    }
+    static int enumerate(const qvds_hash *table, qvds_visit_fn visit, void *ctx) {
+        auto items = view(table);
+        for (auto at = items.begin(); at != items.end();)
+            if (const int32_t result = visit(&*at++, ctx))
+                return result;
+        return 0;
+    }
+    static int unroll(qvds_hash *table, qvds_visit_fn visit, void *ctx) {
+        const auto dispose = [&](Item *elem) {
+            if (const int32_t result = visit(elem, ctx))
+                throw result;
+        };
+        try {
+            view(table).clear_and_dispose(dispose);
+        } catch (int32_t result) {
+            return result;
+        }
+        return 0;
+    }
+};
+using typed =
+    Typed<qvds::hash_view<&Item::node, qvds::core::identity{}, qvds::recorded_hash, MatchesBy>>;
+using typed2 =
+    Typed<qvds::hash2_view<&Item::node, qvds::core::identity{}, qvds::recorded_hash, MatchesBy>>;
+
 constexpr Face faces[] = {
     {"C, hash", false, qvds_hash_store, qvds_hash_storereplace, qvds_hash_searchinsert,
      qvds_hash_retrieve, qvds_hash_extract, nullptr, qvds_hash_enum, qvds_hash_chain_enum,
@@ -57,8 +120,13 @@ constexpr Face faces[] = {
     {"C, hash2", true, qvds_hash2_store, qvds_hash2_storereplace, qvds_hash2_searchinsert,
      qvds_hash_retrieve, qvds_hash2_extract, qvds_hash2_unlink, qvds_hash_enum,
      qvds_hash_chain_enum, qvds_hash2_unroll},
+    {"typed, hash", false, typed::store, typed::storereplace, typed::searchinsert, typed::retrieve,
+     typed::extract, nullptr, typed::enumerate, qvds_hash_chain_enum, typed::unroll},
+    {"typed, hash2", true, typed2::store, typed2::storereplace, typed2::searchinsert,
+     typed2::retrieve, typed2::extract, typed2::unlink, typed2::enumerate, qvds_hash_chain_enum,
+     typed2::unroll},
 };
-constexpr const Face &doubly = faces[1];
+constexpr const Face &doubly_in_c = faces[1];
 
 // Three buckets, and items named by letters: a, d and g belong in the first bucket, b, e and h in
 // the second, c, f and i in the last. A capital letter is an item equal to the small one's.
@@ -120,7 +188,7 @@ struct Visits {
 } // namespace
 
 TEST(Hash, CheckTellsTheBrokenInvariantAndWhere) {
-    Small small(doubly);
+    Small small(doubly_in_c);
     small.store("adgb");
     Item &a = small.items[0], &d = small.items[1], &g = small.items[2];
     EXPECT_EQ(check_hash2(small.table), sound);
@@ -221,7 +289,7 @@ TEST(Hash, ExtractUnlinksTheFirstMatch) {
 }
 
 TEST(Hash2, UnlinkNeedsNoTable) {
-    Small small(doubly);
+    Small small(doubly_in_c);
     small.store("adgb");
     for (Item &item : small.items) {
         const qvds_node links = item.node;
@@ -305,11 +373,11 @@ int32_t compare_and_note(const void *key, const void *stored) {
 
 // A table beside a model that keeps each chain as a vector.
 struct Driver {
-    Driver(const Face &which, size_t size, test::Random &choices)
-        : face(which), slots(size), chains(size), random(choices) {
+    Driver(bool has_back_links, size_t size, test::Random &choices)
+        : doubly(has_back_links), slots(size), chains(size), random(choices) {
         qvds_hash_init(&table, slots.data(), hash_and_note, size);
     }
-    const Face &face;
+    bool doubly;
     std::vector<void *> slots;
     std::vector<std::vector<Item *>> chains;
     test::Random &random;
@@ -321,7 +389,13 @@ struct Driver {
 
     void random_step() { step(steps[random.below(std::size(steps))], random.below(keys)); }
 
+    const Face &any_face() {
+        const Face *const face = &faces[random.below(std::size(faces))];
+        return face->doubly == doubly ? *face : any_face();
+    }
+
     void step(Step operation, size_t key) {
+        const Face &face = any_face();
         Item *const item = &items.emplace_back(Item{{&untouched, &untouched}, key});
         auto &chain = chains[scattered(item) % chains.size()];
         // What a search asks: hash(item), then compare(item, stored) up to the match.
@@ -382,12 +456,12 @@ struct Driver {
     }
 
     void compare_with_model() {
-        ASSERT_EQ(face.check(table), sound);
+        ASSERT_EQ(doubly ? check_hash2(table) : check_hash(table), sound);
         for (size_t i = 0; i != slots.size(); ++i) {
             const void *elem = slots[i];
             for (const Item *expected : chains[i]) {
                 ASSERT_EQ(elem, expected);
-                ASSERT_TRUE(face.doubly || expected->node.prev == &untouched);
+                ASSERT_TRUE(doubly || expected->node.prev == &untouched);
                 elem = expected->node.next;
             }
             ASSERT_EQ(elem, nullptr);
@@ -402,7 +476,7 @@ struct Driver {
         };
         bucket = 0;
         visits_left = 1 + random.below(30);
-        const int result = face.unroll(&table, visit, this);
+        const int result = any_face().unroll(&table, visit, this);
         ASSERT_EQ(result, visits_left == 0 ? stop : 0);
         if (result != 0)
             return;
@@ -414,7 +488,7 @@ struct Driver {
             ++bucket;
         EXPECT_EQ(item, chains[bucket].front());
         EXPECT_EQ(item->node.next, slots[bucket]);
-        EXPECT_EQ(item->node.prev, face.doubly ? static_cast<void *>(&slots[bucket]) : &untouched);
+        EXPECT_EQ(item->node.prev, doubly ? static_cast<void *>(&slots[bucket]) : &untouched);
         chains[bucket].erase(chains[bucket].begin());
         item->node = {};
         compare_with_model();
@@ -426,16 +500,16 @@ struct Driver {
 
 } // namespace
 
-TEST(Hash, FollowsTheModelAtEverySizeOfTable) {
-    for (const Face &face : faces)
+TEST(Hash, FollowsTheModelAtEverySizeOfTableThroughEitherFace) {
+    for (const bool has_back_links : {false, true})
         for (const size_t size : {1U, 2U, 3U, 4U, 7U, 16U, 24U})
             test::for_each_seed([&](test::Random &random) {
-                Driver driver(face, size, random);
+                Driver driver(has_back_links, size, random);
                 for (int i = 0; i != 200; ++i) {
                     driver.random_step();
                     if (random.one_in(25))
                         driver.unroll();
-                    ASSERT_FALSE(testing::Test::HasFailure()) << face.name;
+                    ASSERT_FALSE(testing::Test::HasFailure()) << "doubly: " << has_back_links;
                 }
             });
 }

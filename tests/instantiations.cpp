@@ -37,6 +37,41 @@ template class qvds::fifo2<&element::node>;
 template class qvds::fifo2<&element::node, qvds::dispose_with_delete>;
 template class qvds::fifo2<&element::node, qvds::core::viewed>;
 
+// An explicit instantiation leaves out what a class inherits.
+template class qvds::core::table<qvds::core::hash_links, qvds::core::single_hooked<&element::node>,
+                                 &element::key, qvds::default_hash, qvds::core::natural_equality,
+                                 qvds::core::leave_elements, qvds_hash>;
+template class qvds::hash<&element::node, &element::key, qvds::default_hash,
+                          qvds::core::natural_equality, qvds::core::leave_elements, qvds_hash>;
+template class qvds::core::table<qvds::core::hash_links, qvds::core::single_hooked<&element::node>,
+                                 &element::key, qvds::default_hash, qvds::core::natural_equality,
+                                 qvds::dispose_with_delete, qvds::core::growing_record>;
+template class qvds::hash<&element::node, &element::key, qvds::default_hash,
+                          qvds::core::natural_equality, qvds::dispose_with_delete,
+                          qvds::core::growing_record>;
+template class qvds::core::table<qvds::core::hash_links, qvds::core::single_hooked<&element::node>,
+                                 &element::key, qvds::recorded_hash, qvds::core::natural_equality,
+                                 qvds::core::viewed, qvds_hash>;
+template class qvds::hash<&element::node, &element::key, qvds::recorded_hash,
+                          qvds::core::natural_equality, qvds::core::viewed, qvds_hash>;
+
+template class qvds::core::table<qvds::core::hash2_links, qvds::core::hooked<&element::node>,
+                                 &element::key, qvds::default_hash, qvds::core::natural_equality,
+                                 qvds::core::leave_elements, qvds_hash>;
+template class qvds::hash2<&element::node, &element::key, qvds::default_hash,
+                           qvds::core::natural_equality, qvds::core::leave_elements, qvds_hash>;
+template class qvds::core::table<qvds::core::hash2_links, qvds::core::hooked<&element::node>,
+                                 &element::key, qvds::default_hash, qvds::core::natural_equality,
+                                 qvds::dispose_with_delete, qvds::core::growing_record>;
+template class qvds::hash2<&element::node, &element::key, qvds::default_hash,
+                           qvds::core::natural_equality, qvds::dispose_with_delete,
+                           qvds::core::growing_record>;
+template class qvds::core::table<qvds::core::hash2_links, qvds::core::hooked<&element::node>,
+                                 &element::key, qvds::recorded_hash, qvds::core::natural_equality,
+                                 qvds::core::viewed, qvds_hash>;
+template class qvds::hash2<&element::node, &element::key, qvds::recorded_hash,
+                           qvds::core::natural_equality, qvds::core::viewed, qvds_hash>;
+
 template class qvds::list<element>;
 template class qvds::list<element, qvds::dispose_with_delete>;
 template class qvds::list<element, qvds::core::viewed>;

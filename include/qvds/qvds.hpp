@@ -13,6 +13,11 @@
 #include <qvds/lifo.hpp>
 #include <qvds/sloppy.hpp>
 
+// Hash tables over the caller's buckets.
+#include <qvds/buckets.hpp>
+#include <qvds/hash.hpp>
+#include <qvds/hash2.hpp>
+
 // Containers that allocate their own links and stay valid while they are walked.
 #include <qvds/keyed_hash.hpp>
 #include <qvds/list.hpp>

@@ -6,6 +6,7 @@
 #define QVDS_CORE_CHECK_HPP
 
 #include <qvds/core/chain.hpp>
+#include <qvds/core/hash2.hpp>
 #include <qvds/cq.h>
 #include <qvds/heap.h>
 #include <qvds/keyed_hash.h>
@@ -112,6 +113,34 @@ QVDS_HIDDEN inline fault check_sloppy(const void *handle) noexcept {
         if (prev_of(behind) != elem)
             return {2, elem, mutual};
     return {};
+}
+
+// Every element must be where a search for its hash, hash_of(link), looks. I3 is that of hash2.h.
+template <class Links, class Record, class HashOf>
+QVDS_HIDDEN inline fault check_table(const Record &table, HashOf &&hash_of) {
+    for (void **bucket = first_bucket(&table); bucket != nullptr;
+         bucket = next_bucket(&table, bucket)) {
+        lap lap;
+        void *predecessor = bucket;
+        for (void *elem = next_of(predecessor); elem != nullptr; elem = next_of(elem)) {
+            if (lap.closes(elem))
+                return {1, elem, "following next from a bucket reaches every element once"};
+            if (bucket_of(&table, hash_of(elem)) != bucket)
+                return {2, elem, "an element is in the bucket that its hash names"};
+            if (Links::has_back_links && prev_of(elem) != predecessor)
+                return {3, elem, "prev names the word that points at the element"};
+            predecessor = elem;
+        }
+    }
+    return {};
+}
+
+// Ask the table's own hash.
+QVDS_HIDDEN inline fault check_hash(const qvds_hash &table) {
+    return check_table<hash_links>(table, table.hash);
+}
+QVDS_HIDDEN inline fault check_hash2(const qvds_hash &table) {
+    return check_table<hash2_links>(table, table.hash);
 }
 
 // ranks_below(a, b) is asked once for each item but the first.

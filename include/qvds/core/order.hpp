@@ -56,6 +56,19 @@ struct natural_order {
     }
 };
 
+// Whether two keys are equal by ==.
+struct natural_equality {
+    template <class A, class B>
+    constexpr bool operator()(const A &a, const B &b) const {
+        static_assert(!character_pointer<A> || !character_pointer<B>,
+                      "qvds: pointers to characters would be compared by address; project to a "
+                      "std::string_view");
+        static_assert(of_one_sign<A, B>,
+                      "qvds: a signed and an unsigned key do not compare; convert one of them");
+        return a == b;
+    }
+};
+
 template <class Verdict>
 constexpr void check_verdict() {
     static_assert(!std::same_as<Verdict, std::partial_ordering>,
