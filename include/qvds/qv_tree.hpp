@@ -244,7 +244,7 @@ class counted_walk_range {
             return *this;
         }
         void operator++(int) noexcept { ++*this; }
-        friend bool operator==(const iterator &at, std::default_sentinel_t) noexcept {
+        friend bool operator==(const iterator &at, std::default_sentinel_t /*end*/) noexcept {
             return at.rank() >= at.last();
         }
         // How many items come before this place.

@@ -476,7 +476,8 @@ QVDS_HIDDEN inline void counted_wait(counted_cursor *at, qv_tree *t) {
     __builtin_prefetch(t->right);
     __builtin_prefetch(t->item);
     at->waiting[++at->top % counted_cursor::window] = t;
-    at->held += at->held < counted_cursor::window;
+    if (at->held < counted_cursor::window)
+        ++at->held;
 }
 
 QVDS_HIDDEN inline void counted_seek(counted_cursor *at, uint32_t rank) {
