@@ -69,7 +69,7 @@ static inline struct text read_text(int argc, char **argv, int most, const char 
             text.length += got;
             if (text.length == room) {
                 room = room * 2 + 4096;
-                text.bytes = must(realloc(text.bytes, room));
+                text.bytes = (char *)must(realloc(text.bytes, room));
             }
             errno = 0;
         } while ((got = fread(text.bytes + text.length, 1, room - text.length, file)) > 0);
