@@ -2,7 +2,7 @@
 # usage: consumer.sh BUILD_DIR CC CXX GENERATOR: installs the library, moves the tree to a folder with
 # an awkward name, and builds and runs outside programs against it: in C through pkg-config one that
 # names every exported symbol, with the shared library and the static one, and the README's; in C++
-# through find_package.
+# through find_package. What the guide to the typed classes shows is compiled as well.
 set -eu
 build=$1 cc=$2 cxx=$3 generator=$4
 tests=$(cd "$(dirname "$0")" && pwd)
@@ -49,6 +49,11 @@ compile_cpp walk "$work/walk.cpp" "$work/fill.o" "$@"
 [ "$(LD_LIBRARY_PATH=$library "$work/program_c" | tr '\n' ' ')" = '1 2 3 ' ]
 [ "$("$work/program_cpp" | tr '\n' ' ')" = '1 2 3 ' ] # needs no library at run time
 [ "$(LD_LIBRARY_PATH=$library "$work/walk" | tr '\n' ' ')" = '1 2 ' ]
+
+# The blocks of the guide are one source.
+awk '/^```/ { shown = $0 == "```cpp"; next } shown' "$tests/../docs/typed.md" >"$work/guide.cpp"
+[ -s "$work/guide.cpp" ]
+compile_cpp guide.o -c "$work/guide.cpp" "$@"
 
 eval "set -- $(pkg-config --static --cflags --libs qvds)"
 compile from_c_static "$tests/consumer/main.c" -Wl,-Bstatic "$@" -Wl,-Bdynamic
