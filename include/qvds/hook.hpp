@@ -59,7 +59,7 @@ struct hooked_member {
     using link = decltype(link_type(as_own(Member)));
 
     static ptrdiff_t offset() noexcept {
-        static_assert(sizeof(ptrdiff_t) == sizeof(Member),
+        static_assert(sizeof(ptrdiff_t) == sizeof(decltype(Member)),
                       "a pointer to a data member is the member's offset");
         return __builtin_bit_cast(ptrdiff_t, as_own(Member)) +
                static_cast<ptrdiff_t>(Index * sizeof(link));
