@@ -1,11 +1,14 @@
 #!/bin/sh
 # usage: examples.sh EXAMPLES_DIR: the example programs explain themselves, refuse what they don't
-# understand, notice a full disk, and keep words whole whose letters take more than a byte.
+# understand, notice a full disk, keep words whole whose letters take more than a byte, and simulate
+# the same cache in both languages.
 set -eu
+script=$(realpath "$0")
 cd "$1"
 failures=0
 text=$(mktemp)
-trap 'rm "$text"' EXIT
+lru=$(mktemp)
+trap 'rm "$text" "$lru"' EXIT
 printf 'Ärger, “naïve” Ärger' >"$text"
 
 fail() {
@@ -31,4 +34,6 @@ while read -r example; do
 done <list
 listed=$(./concordance "$text" | awk '{ print $1, $2 }' | tr '\n' ';')
 [ "$listed" = 'naïve 1;Ärger 2;2 of;' ] || fail "concordance listed $listed"
+./lru "$script" >"$lru"
+./lru_cpp "$script" | cmp -s - "$lru" || fail "lru and lru_cpp do not agree"
 exit "$((failures > 0))"
