@@ -3,9 +3,9 @@
 // A contender is a class with its `record` and the operations that its rows call.
 #include "data.hpp"
 
-#include <qvds/fifo.h>
+#include <qvds/fifo.hpp>
 #include <qvds/fifo2.hpp>
-#include <qvds/lifo.h>
+#include <qvds/lifo.hpp>
 #include <qvds/sloppy.h>
 
 #include <boost/intrusive/circular_list_algorithms.hpp>
@@ -45,6 +45,13 @@ void fold_key_glib(void *elem, void *sum) {
     fold_key<Record>(elem, sum);
 }
 
+// The walk of all that have iterators.
+template <class List>
+void walk_over(const List &list, uint64_t &sum) {
+    for (const auto &r : list)
+        fold(sum, r.key);
+}
+
 // --- Stacks and singly linked lists. A walk, a search and a sorted insertion see the last record
 // pushed first.
 
@@ -69,6 +76,21 @@ struct lifo : ours<"qvds_lifo"> {
         return static_cast<record *>(qvds_node_find(&head, &probe, compare<record>))->serial;
     }
     void walk(uint64_t &sum) const { qvds_node_enum(&head, fold_key<record>, &sum); }
+};
+
+struct typed_lifo : typed<"qvds::lifo"> {
+    using record = bench::record<one_link>;
+    qvds::lifo<qvds::hook<record, &one_link::next>> list;
+
+    void clear() { list.clear(); }
+    void push(record &r) { list.push(r); }
+    bool pop(uint32_t &key) {
+        const record *const r = list.pop();
+        return r != nullptr && (key = r->key, true);
+    }
+    void insert_sorted(record &r) { list.insert_sorted(r, std::less<>(), &record::key); }
+    uint32_t find(uint32_t key) const { return list.find(key, &record::key)->serial; }
+    void walk(uint64_t &sum) const { walk_over(list, sum); }
 };
 
 struct glib_hook {
@@ -143,11 +165,6 @@ uint32_t find_in(const List &list, uint32_t key) {
     while (at->key != key)
         ++at;
     return at->serial;
-}
-template <class List>
-void walk_over(const List &list, uint64_t &sum) {
-    for (const auto &r : list)
-        fold(sum, r.key);
 }
 template <class List>
 auto sorted_place(List &list, uint32_t key) { // the element before it
@@ -268,6 +285,18 @@ struct fifo : ours<"qvds_fifo"> {
     void push(record &r) { qvds_fifo_append(&head, &r); }
     bool pop(uint32_t &key) {
         const auto *r = static_cast<record *>(qvds_fifo_pop(&head));
+        return r != nullptr && (key = r->key, true);
+    }
+};
+
+struct typed_fifo : typed<"qvds::fifo"> {
+    using record = bench::record<one_link>;
+    qvds::fifo<qvds::hook<record, &one_link::next>> list;
+
+    void clear() { list.clear(); }
+    void push(record &r) { list.push_back(r); }
+    bool pop(uint32_t &key) {
+        const record *const r = list.pop_front();
         return r != nullptr && (key = r->key, true);
     }
 };
@@ -682,24 +711,25 @@ struct headerless_extract : headerless<C> {
 };
 
 const rows chains = {
-    {"lifo/push-pop", sizes({1.05, 2.6}),
-     enter<push_pop, lifo, gqueue, insque_ring, boost_slist<false>, bsd_slist, hand_stack>},
-    {"fifo/push-pop", sizes({1.05, 2.6}),
-     enter<push_pop, fifo, gqueue_fifo, insque_queue, boost_slist<true>, bsd_stailq>},
+    {"lifo/push-pop", sizes({1.05, 1.05}),
+     enter<push_pop, lifo, typed_lifo, gqueue, insque_ring, boost_slist<false>, bsd_slist,
+           hand_stack>},
+    {"fifo/push-pop", sizes({1.05, 1.05}),
+     enter<push_pop, fifo, typed_fifo, gqueue_fifo, insque_queue, boost_slist<true>, bsd_stailq>},
     {"fifo2/touch", sizes({1.25, 1.05}, {1.0, 1.05}, {1.0, 1.05}),
      enter<touch, fifo2, typed_fifo2, gqueue_lru, insque_ring, boost_list, bsd_tailq,
            std_list_lru>},
     {"node/walk-ordered", sizes({1.0, 1.3}),
-     enter<walk_ordered, lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
+     enter<walk_ordered, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
     {"node/walk-shuffled", sizes({1.0, 1.3}, {1.0, 1.02}, {1.0, 1.02}),
-     enter<walk_shuffled, lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
-    {"node/find-ordered", sizes({1.0, 1.3}),
-     enter<find_ordered, lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
-    {"node/find-shuffled", sizes({1.0, 1.3}, {1.0, 1.02}, {1.0, 1.02}),
-     enter<find_shuffled, lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
+     enter<walk_shuffled, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
+    {"node/find-ordered", sizes({1.0, 1.0}),
+     enter<find_ordered, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
+    {"node/find-shuffled", sizes({1.0, 1.0}),
+     enter<find_shuffled, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
     {"lifo/insert-sorted",
-     {{"64", 64, {0.80, 1.3}}},
-     enter<sorted_insert, lifo, gqueue_sorted, boost_slist<false>, bsd_slist>},
+     {{"64", 64, {0.80, 1.0}}},
+     enter<sorted_insert, lifo, typed_lifo, gqueue_sorted, boost_slist<false>, bsd_slist>},
     {"sloppy/add", sizes({0.45, 1.1}),
      enter<headerless_add, sloppy, glist, insque_list, boost_ring, bsd_list>},
     {"sloppy/extract", sizes({0.75, 1.6}),
