@@ -3,7 +3,7 @@
 #include "data.hpp"
 
 #include <qvds/key_functions.h>
-#include <qvds/list.h>
+#include <qvds/list.hpp>
 
 #include <cstring>
 #include <glib.h>
@@ -50,6 +50,28 @@ struct owning_list : ours<"qvds list_"> {
             return goes(r);
         };
         list_iterate_del(&head, visit, &sum, nullptr);
+    }
+};
+
+struct typed_list : typed<"qvds::list"> {
+    using place = list_link *;
+    qvds::list<plain> list;
+
+    void clear() { list.clear(); }
+    place add(plain &r, place before) {
+        if (before == nullptr || before == list.c_record())
+            return list.push_front(r);
+        return list_push(&r, &before);
+    }
+    void walk(uint64_t &sum) const {
+        for (const plain &r : list.walk())
+            fold(sum, r.key);
+    }
+    void remove_some(uint64_t &sum) {
+        list.erase_if([&](const plain &r) {
+            fold(sum, r.key);
+            return goes(r);
+        });
     }
 };
 
@@ -231,8 +253,9 @@ struct string_hash {
 
 const rows owning = {
     {"list/walk", sizes({1.5, 1.4}, {0, 1.4}, {0, 1.4}),
-     enter<list_walk, owning_list, glib_list, std_list>},
-    {"list/remove-third", sizes({0, 1.05}), enter<list_remove, owning_list, glib_list, std_list>},
+     enter<list_walk, owning_list, typed_list, glib_list, std_list>},
+    {"list/remove-third", sizes({0, 1.05}),
+     enter<list_remove, owning_list, typed_list, glib_list, std_list>},
     {"key/hash_atoi",
      {{"8", 8, {0.80, 0}},
       {"16", 16, {0.40, 0}},
