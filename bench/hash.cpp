@@ -5,7 +5,7 @@
 #include <qvds/hash.h>
 #include <qvds/hash2.h>
 #include <qvds/key_functions.h>
-#include <qvds/keyed_hash.h>
+#include <qvds/keyed_hash.hpp>
 #include <qvds/node.h>
 
 #include <apr_general.h>
@@ -163,6 +163,25 @@ struct hash_key {
 struct equal_key {
     bool operator()(uint32_t key, const payload &r) const { return key == r.key; }
     bool operator()(const payload &a, const payload &b) const { return a.key == b.key; }
+};
+
+struct typed_keyed : typed<"qvds::keyed_hash"> {
+    struct hash {
+        uint32_t operator()(const uint32_t *key) const { return hash_of(*key); }
+    };
+    struct equal {
+        bool operator()(const uint32_t *a, const uint32_t *b) const { return *a == *b; }
+    };
+    using record = bench::record<no_hook>;
+    using keyed_hash = qvds::keyed_hash<const uint32_t *, record, hash, equal>;
+    keyed_hash table;
+
+    explicit typed_keyed(size_t size) : table(keyed_hash::make(size)) {}
+    void clear() {
+        table.erase_if([](const auto &) { return true; });
+    }
+    void store(record &r) { (void)table.add(&r.key, r); }
+    const payload *find(uint32_t key) const { return table.find(&key); }
 };
 
 template <bool power_of_two>
@@ -421,9 +440,9 @@ const rows hash_tables = {
      enter<unlink, table2, glib_table, apr_table, boost_table<true>, std_table, uthash_table,
            hand_table2>},
     {"keyed/hit", sizes({1.25, 2.2}, {}, {}),
-     enter<hit, keyed, glib_table, apr_table, std_table, uthash_table>},
+     enter<hit, keyed, typed_keyed, glib_table, apr_table, std_table, uthash_table>},
     {"keyed/miss", sizes({0.95, 1.8}, {}, {}),
-     enter<miss, keyed, glib_table, apr_table, std_table, uthash_table>},
+     enter<miss, keyed, typed_keyed, glib_table, apr_table, std_table, uthash_table>},
 };
 
 } // namespace
