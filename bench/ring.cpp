@@ -1,7 +1,7 @@
 // The block ring: messages put in and taken out by copy, with the queue half full.
 #include "data.hpp"
 
-#include <qvds/qvcq.h>
+#include <qvds/qvcq.hpp>
 
 #include <boost/circular_buffer.hpp>
 #include <cstring>
@@ -26,6 +26,18 @@ struct ring : ours<"qvcq"> {
         int32_t length = longest;
         qvcq_copyfrom_queue(&queue, buffer, &length);
         return static_cast<size_t>(length);
+    }
+};
+
+struct typed_ring : typed<"qvds::ring"> {
+    qvds::ring queue;
+
+    explicit typed_ring(size_t size) : queue(*qvds::ring::make(size, blocks - 1)) {}
+    void put(const char *data, size_t length) {
+        queue.push(std::as_bytes(std::span(data, length)));
+    }
+    size_t take(char *buffer) {
+        return queue.pop(std::as_writable_bytes(std::span(buffer, longest)))->size();
     }
 };
 
@@ -128,10 +140,10 @@ struct put_and_take {
 const rows rings = {
     {"ring/put-take",
      {{"64", 64, {0.17, 1.15}}},
-     enter<put_and_take, ring, glib_queue, boost_ring<64>, hand_ring>},
+     enter<put_and_take, ring, typed_ring, glib_queue, boost_ring<64>, hand_ring>},
     {"ring/put-take",
      {{"1500", 1'500, {0.43, 0.6}}},
-     enter<put_and_take, ring, glib_queue, boost_ring<1'500>, hand_ring>},
+     enter<put_and_take, ring, typed_ring, glib_queue, boost_ring<1'500>, hand_ring>},
 };
 
 } // namespace
