@@ -2,8 +2,8 @@
 // except where the table brings its own: the keyed table with its integer keys, and uthash.
 #include "data.hpp"
 
-#include <qvds/hash.h>
-#include <qvds/hash2.h>
+#include <qvds/hash.hpp>
+#include <qvds/hash2.hpp>
 #include <qvds/key_functions.h>
 #include <qvds/keyed_hash.hpp>
 #include <qvds/node.h>
@@ -26,6 +26,15 @@ namespace {
 uint32_t hash_of(uint32_t key) {
     return static_cast<uint32_t>(key * 0x9e3779b97f4a7c15 >> 32);
 }
+
+struct hash_key {
+    size_t operator()(uint32_t key) const { return hash_of(key); }
+    size_t operator()(const payload &r) const { return hash_of(r.key); }
+};
+struct equal_key {
+    bool operator()(uint32_t key, const payload &r) const { return key == r.key; }
+    bool operator()(const payload &a, const payload &b) const { return a.key == b.key; }
+};
 
 // A table is made for a number of buckets and filled with `store`. `extract` and `find` go by key;
 // `unlink` has the record in hand.
@@ -78,6 +87,33 @@ struct table2 : ours<"qvds_hash2">, intrusive<qvds_node> {
     void clear() { std::fill(buckets.begin(), buckets.end(), nullptr); }
     void store(record &r) { qvds_hash2_store(&table, &r); }
     void unlink(record &r) { qvds_hash2_unlink(&table, &r); }
+};
+
+struct two_words {
+    qvds_node link;
+};
+
+struct typed_table1 : typed<"qvds::hash"> {
+    using record = bench::record<one_link>;
+    std::vector<void *> buckets;
+    qvds::hash<qvds::hook<record, &one_link::next>, &record::key, hash_key> table;
+
+    explicit typed_table1(size_t size) : buckets(size), table(buckets) {}
+    void clear() { table.clear(); }
+    void store(record &r) { table.store(r); }
+    const payload *find(uint32_t key) const { return table.find(key); }
+    const payload *extract(uint32_t key) { return table.extract(key); }
+};
+
+struct typed_table2 : typed<"qvds::hash2"> {
+    using record = bench::record<two_words>;
+    std::vector<void *> buckets;
+    qvds::hash2<qvds::hook<record, &two_words::link>, &record::key, hash_key> table;
+
+    explicit typed_table2(size_t size) : buckets(size), table(buckets) {}
+    void clear() { table.clear(); }
+    void store(record &r) { table.store(r); }
+    void unlink(record &r) { table.unlink(r); }
 };
 
 struct no_hook {};
@@ -154,15 +190,6 @@ struct apr_table : called<"apr_hash">, intrusive<no_hook> {
         return found;
     }
     void unlink(record &r) { apr_hash_set(table, &r.key, sizeof r.key, nullptr); }
-};
-
-struct hash_key {
-    size_t operator()(uint32_t key) const { return hash_of(key); }
-    size_t operator()(const payload &r) const { return hash_of(r.key); }
-};
-struct equal_key {
-    bool operator()(uint32_t key, const payload &r) const { return key == r.key; }
-    bool operator()(const payload &a, const payload &b) const { return a.key == b.key; }
 };
 
 struct typed_keyed : typed<"qvds::keyed_hash"> {
@@ -424,21 +451,24 @@ struct unlink : tables<C, buckets::power_of_two> {
 };
 
 const rows hash_tables = {
-    {"hash/hit", sizes({0.90, 1.4}, {0.80, 1.4}, {0.80, 1.4}),
-     enter<hit, table1, glib_table, apr_table, boost_table<true>, std_table, uthash_table,
-           hand_table>},
+    {"hash/hit", sizes({0.90, 0.95}, {0.80, 0.95}, {0.80, 0.95}),
+     enter<hit, table1, typed_table1, glib_table, apr_table, boost_table<true>, std_table,
+           uthash_table, hand_table>},
     {"hash/hit-prime", sizes(),
-     enter<hit_prime, table1, glib_table, apr_table, boost_table<false>, std_table, uthash_table>},
-    {"hash/miss", sizes(),
-     enter<miss, table1, glib_table, apr_table, boost_table<true>, std_table, uthash_table,
-           hand_table>},
-    {"hash/extract", sizes({0.65, 1.05}),
-     enter<extract, table1, glib_table, apr_table, boost_table<false>, std_table, uthash_table>},
-    {"hash/store", sizes({0.12, 1.0}),
-     enter<store, table1, glib_table, apr_table, boost_table<false>, std_table, uthash_table>},
-    {"hash2/unlink", sizes({0.08, 0.70}),
-     enter<unlink, table2, glib_table, apr_table, boost_table<true>, std_table, uthash_table,
-           hand_table2>},
+     enter<hit_prime, table1, typed_table1, glib_table, apr_table, boost_table<false>, std_table,
+           uthash_table>},
+    {"hash/miss", sizes({0, 1.0}),
+     enter<miss, table1, typed_table1, glib_table, apr_table, boost_table<true>, std_table,
+           uthash_table, hand_table>},
+    {"hash/extract", sizes({0.65, 0.85}),
+     enter<extract, table1, typed_table1, glib_table, apr_table, boost_table<false>, std_table,
+           uthash_table>},
+    {"hash/store", sizes({0.12, 0.5}),
+     enter<store, table1, typed_table1, glib_table, apr_table, boost_table<false>, std_table,
+           uthash_table>},
+    {"hash2/unlink", sizes({0.08, 0.6}),
+     enter<unlink, table2, typed_table2, glib_table, apr_table, boost_table<true>, std_table,
+           uthash_table, hand_table2>},
     {"keyed/hit", sizes({1.25, 2.2}, {}, {}),
      enter<hit, keyed, typed_keyed, glib_table, apr_table, std_table, uthash_table>},
     {"keyed/miss", sizes({0.95, 1.8}, {}, {}),
