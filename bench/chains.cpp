@@ -6,7 +6,7 @@
 #include <qvds/fifo.hpp>
 #include <qvds/fifo2.hpp>
 #include <qvds/lifo.hpp>
-#include <qvds/sloppy.h>
+#include <qvds/sloppy.hpp>
 
 #include <boost/intrusive/circular_list_algorithms.hpp>
 #include <boost/intrusive/list.hpp>
@@ -339,12 +339,13 @@ struct fifo2 : ours<"qvds_fifo2"> {
     void walk(uint64_t &sum) const { qvds_node_enum(&head, fold_key<record>, &sum); }
 };
 
+struct two_links {
+    qvds_node link;
+};
+
 struct typed_fifo2 : typed<"qvds::fifo2"> {
-    struct hook {
-        qvds_node link;
-    };
-    using record = bench::record<hook>;
-    qvds::fifo2<qvds::hook<record, &hook::link>> list;
+    using record = bench::record<two_links>;
+    qvds::fifo2<qvds::hook<record, &two_links::link>> list;
 
     void clear() { list.clear(); }
     void push(record &r) { list.push_front(r); }
@@ -427,6 +428,21 @@ struct sloppy : ours<"qvds_sloppy"> {
     void add(record &r) { qvds_sloppy_insert(&handle, &r); }
     void extract(record &r) { qvds_sloppy_extract_existing(&handle, &r); }
     const record *next(const record *r) const { return static_cast<record *>(r->qvds_node::next); }
+};
+
+struct typed_sloppy : typed<"qvds::sloppy"> {
+    using record = bench::record<two_links>;
+    using sloppy = qvds::sloppy<qvds::hook<record, &two_links::link>>;
+
+    sloppy list;
+    void forget(record &r) { r.link = {}; }
+    void start(record &r) {
+        list.clear();
+        list.insert(r);
+    }
+    void add(record &r) { list.insert(r); }
+    void extract(record &r) { list.unlink(r); }
+    const record *next(const record *r) const { return sloppy::next(*r); }
 };
 
 struct glist : called<"GList"> {
@@ -730,10 +746,10 @@ const rows chains = {
     {"lifo/insert-sorted",
      {{"64", 64, {0.80, 1.0}}},
      enter<sorted_insert, lifo, typed_lifo, gqueue_sorted, boost_slist<false>, bsd_slist>},
-    {"sloppy/add", sizes({0.45, 1.1}),
-     enter<headerless_add, sloppy, glist, insque_list, boost_ring, bsd_list>},
+    {"sloppy/add", sizes({0.45, 1.05}),
+     enter<headerless_add, sloppy, typed_sloppy, glist, insque_list, boost_ring, bsd_list>},
     {"sloppy/extract", sizes({0.75, 1.6}),
-     enter<headerless_extract, sloppy, glist, insque_list, boost_ring, bsd_list>},
+     enter<headerless_extract, sloppy, typed_sloppy, glist, insque_list, boost_ring, bsd_list>},
 };
 
 } // namespace
