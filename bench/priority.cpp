@@ -4,7 +4,7 @@
 #include "textbook_heap.hpp"
 
 #include <qvds/cq.h>
-#include <qvds/heap.h>
+#include <qvds/heap.hpp>
 
 #include <bit>
 #include <boost/heap/d_ary_heap.hpp>
@@ -23,9 +23,13 @@ struct later {
     bool operator()(const payload *a, const payload *b) const { return time_between(*a, *b) > 0; }
 };
 
-// --- Queues with `push`, `pop` and `top`, and some with `cancel`. n is the most they will hold.
+// --- Queues with `push`, `pop` and `top`, and some with `cancel` and `update`, which puts a record
+// right whose key has changed. n is the most they will hold.
 
 struct no_hook {};
+struct index_hook {
+    uint32_t index;
+};
 
 struct heap : ours<"qvds_heap"> {
     using record = bench::record<no_hook>;
@@ -42,9 +46,58 @@ struct heap : ours<"qvds_heap"> {
     record *pop() { return static_cast<record *>(qvds_heap_remove_top(&queue)); }
 };
 
-struct index_hook {
-    size_t index;
+struct tracking_heap : ours<"qvds_heap"> {
+    using record = bench::record<index_hook>;
+    std::vector<void *> slots;
+    qvds_heap queue;
+
+    explicit tracking_heap(size_t n) : slots(n + 1) {
+        qvds_heap_init(&queue, slots.data(), compare, swap, static_cast<uint32_t>(n));
+    }
+    static int32_t compare(const void *a, const void *b) {
+        return time_between(*static_cast<const record *>(b), *static_cast<const record *>(a));
+    }
+    static void swap(void **a, void **b) {
+        std::swap(static_cast<record *>(*a)->index, static_cast<record *>(*b)->index);
+        std::swap(*a, *b);
+    }
+    void push(record &r) {
+        r.index = queue.count + 1;
+        qvds_heap_insert(&queue, &r);
+    }
+    record *top() const { return static_cast<record *>(qvds_heap_find_top(&queue)); }
+    void update(record &r) {
+        qvds_heap_fix_up(&queue, r.index);
+        qvds_heap_fix_down(&queue, r.index, queue.count);
+    }
+    void cancel(record &r) { // the last item takes its place
+        const uint32_t k = r.index;
+        swap(&slots[k], &slots[queue.count--]);
+        if (k <= queue.count)
+            update(*static_cast<record *>(slots[k]));
+    }
 };
+
+// The earliest is on top.
+struct later_time {
+    bool operator()(uint32_t a, uint32_t b) const { return static_cast<int32_t>(a - b) > 0; }
+};
+
+template <class Hook, auto slot>
+struct typed_heap : typed<"qvds::heap"> {
+    using record = bench::record<Hook>;
+    std::vector<void *> slots;
+    qvds::heap<record, &record::key, slot, later_time> queue;
+
+    explicit typed_heap(size_t n) : slots(n + 1), queue(slots) {}
+    void push(record &r) { (void)queue.push(r); }
+    record *top() { return queue.top(); }
+    record *pop() { return queue.pop(); }
+    void update(record &r) { queue.update(r); }
+    void cancel(record &r) { queue.erase(r); }
+};
+using bare_typed_heap = typed_heap<no_hook, nullptr>;
+using tracking_typed_heap = typed_heap<index_hook, &index_hook::index>;
 
 template <bool tracks>
 struct callback_heap : called<"textbook heap"> {
@@ -56,11 +109,70 @@ struct callback_heap : called<"textbook heap"> {
     static int compare(const void *a, const void *b) {
         return time_between(*static_cast<const record *>(a), *static_cast<const record *>(b));
     }
-    static void moved(void *item, size_t index) { static_cast<record *>(item)->index = index; }
+    static void moved(void *item, size_t index) {
+        static_cast<record *>(item)->index = static_cast<uint32_t>(index);
+    }
     void push(record &r) { textbook::push(&queue, &r); }
     record *top() const { return static_cast<record *>(textbook::top(&queue)); }
     record *pop() { return static_cast<record *>(textbook::pop(&queue)); }
+    void update(record &r) { textbook::update(&queue, r.index); }
     void cancel(record &r) { textbook::remove(&queue, r.index); }
+};
+
+// The heap of an event loop, as it is written into one: a growing array, each record knows its
+// place, and a hole moves instead of the record.
+struct event_loop_heap : inlined<"event-loop heap"> {
+    using record = bench::record<index_hook>;
+    std::vector<record *> items;
+
+    explicit event_loop_heap(size_t) {}
+    static bool before(const record &a, const record &b) { return time_between(a, b) < 0; }
+    void place(size_t k, record &r) {
+        items[k] = &r;
+        r.index = static_cast<uint32_t>(k);
+    }
+    void lift(size_t k, record &r) {
+        for (size_t parent = (k - 1) / 2; k > 0 && before(r, *items[parent]);
+             parent = (k - 1) / 2) {
+            place(k, *items[parent]);
+            k = parent;
+        }
+        place(k, r);
+    }
+    void sink(size_t k, record &r) {
+        for (size_t child = 2 * k + 1; child < items.size(); child = 2 * k + 1) {
+            if (child + 1 < items.size() && before(*items[child + 1], *items[child]))
+                ++child;
+            if (!before(*items[child], r))
+                break;
+            place(k, *items[child]);
+            k = child;
+        }
+        place(k, r);
+    }
+    void settle(size_t k, record &r) {
+        if (k > 0 && before(r, *items[(k - 1) / 2]))
+            lift(k, r);
+        else
+            sink(k, r);
+    }
+    void push(record &r) {
+        items.push_back(&r);
+        lift(items.size() - 1, r);
+    }
+    record *top() const { return items.front(); }
+    void update(record &r) { settle(r.index, r); }
+    void cancel(record &r) {
+        record &last = *items.back();
+        items.pop_back();
+        if (&last != &r)
+            settle(r.index, last);
+    }
+    record *pop() {
+        record *const r = top();
+        cancel(*r);
+        return r;
+    }
 };
 
 template <literal text, class Queue>
@@ -94,10 +206,17 @@ struct handle_queue : inlined<text> {
 
     explicit handle_queue(size_t) {}
     void push(record &r) { r.at = queue.push(&r); }
+    const payload *top() const { return queue.top(); }
+    void update(record &r) { queue.update(r.at); }
     void cancel(record &r) { queue.erase(r.at); }
 };
 using boost_heap = boost::heap::pairing_heap<payload *, boost::heap::compare<later>>;
 using boost_pairing = handle_queue<"Boost pairing_heap", boost_heap, boost_heap::handle_type>;
+using boost_mutable_heap =
+    boost::heap::d_ary_heap<payload *, boost::heap::arity<4>, boost::heap::mutable_<true>,
+                            boost::heap::compare<later>>;
+using boost_d_ary_handles = handle_queue<"Boost d_ary_heap, 4, mutable", boost_mutable_heap,
+                                         boost_mutable_heap::handle_type>;
 using pb_ds_heap = __gnu_pbds::priority_queue<payload *, later, __gnu_pbds::pairing_heap_tag>;
 using pb_ds_pairing = handle_queue<"pb_ds pairing_heap", pb_ds_heap, pb_ds_heap::point_iterator>;
 
@@ -261,11 +380,50 @@ struct cancel : queues<C> {
     }
 };
 
+// Records get another time, earlier or later, and after each the earliest is looked at.
+template <class C>
+struct update : queues<C> {
+    std::vector<std::vector<typename C::record *>> chosen;
+    std::vector<uint32_t> times;
+    generator random{3};
+
+    explicit update(const instance &at)
+        : queues<C>(at),
+          chosen(
+              per_set(at, [&](uint64_t set) { return this->pools[set].chosen(queries(at, set)); })),
+          times(chosen[0].size()) {
+        this->ops = times.size();
+        for (size_t set = 0; set < at.sets; ++set)
+            this->push_all(set);
+    }
+    void prepare(size_t set) {
+        for (uint32_t &time : times)
+            time = key_of_rank(random.below(this->pools[set].size()));
+    }
+    uint64_t work(size_t set) {
+        uint64_t sum = 0;
+        C &queue = *this->made[set];
+        for (size_t i = 0; i < times.size(); ++i) {
+            chosen[set][i]->key = times[i];
+            queue.update(*chosen[set][i]);
+            fold(sum, queue.top()->key);
+        }
+        return sum;
+    }
+};
+
 const rows queues_by_priority = {
-    {"heap/pop", sizes({0.55, 0.75}, {0.52, 0.95}, {0.80, 1.1}),
-     enter<pop, heap, callback_heap<false>, std_queue, boost_d_ary>},
-    {"heap/hold", sizes({0.95, 1.45}, {0.70, 0.95}, {0.75, 1.0}),
-     enter<hold, heap, callback_heap<false>, std_queue, boost_d_ary>},
+    {"heap/pop", sizes({0.55, 0.75}, {0.52, 0.8}, {0.80, 1.1}),
+     enter<pop, heap, bare_typed_heap, callback_heap<false>, std_queue, boost_d_ary>},
+    {"heap/hold", sizes({0.95, 1.1}, {0.70, 1.1}, {0.75, 1.1}),
+     enter<hold, heap, bare_typed_heap, callback_heap<false>, std_queue, boost_d_ary>},
+    // A pairing heap puts its work off until something is popped, and here nothing is.
+    {"heap/update", sizes({0, 0.9}),
+     enter<update, tracking_heap, tracking_typed_heap, callback_heap<true>, event_loop_heap,
+           boost_d_ary_handles>},
+    {"heap/erase", sizes({0, 0.9}),
+     enter<cancel, tracking_heap, tracking_typed_heap, callback_heap<true>, event_loop_heap,
+           boost_d_ary_handles>},
     {"cq/hold", sizes({0.11, 0.17}, {0.10, 0.18}, {0.12, 0.33}),
      enter<timers, calendar, queue_timers<callback_heap<false>>, queue_timers<std_queue>,
            queue_timers<boost_d_ary>>},

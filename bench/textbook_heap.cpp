@@ -67,10 +67,14 @@ void *remove(heap *h, size_t index) {
     --h->count;
     if (index != h->count) {
         place(h, index, h->items[h->count]);
-        sift_down(h, index);
-        sift_up(h, index);
+        update(h, index);
     }
     return item;
+}
+
+void update(heap *h, size_t index) {
+    sift_down(h, index);
+    sift_up(h, index);
 }
 
 } // namespace textbook

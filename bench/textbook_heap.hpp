@@ -21,5 +21,6 @@ void push(heap *h, void *item);
 void *top(const heap *h); // null when empty
 void *pop(heap *h);
 void *remove(heap *h, size_t index);
+void update(heap *h, size_t index); // after the item there has changed
 
 } // namespace textbook
