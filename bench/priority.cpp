@@ -3,7 +3,7 @@
 #include "data.hpp"
 #include "textbook_heap.hpp"
 
-#include <qvds/cq.h>
+#include <qvds/cq.hpp>
 #include <qvds/heap.hpp>
 
 #include <bit>
@@ -224,6 +224,11 @@ using pb_ds_pairing = handle_queue<"pb_ds pairing_heap", pb_ds_heap, pb_ds_heap:
 
 constexpr uint32_t tick = 4; // and a calendar's day
 
+// Delays are below 2 * n + 2 * tick: with that, they fit one revolution.
+size_t days_for(size_t n) {
+    return std::bit_ceil(2 * n / tick + 3);
+}
+
 template <class Queue>
 struct queue_timers : Queue {
     using record = typename Queue::record;
@@ -244,8 +249,7 @@ struct calendar : ours<"qvds_cq"> {
     std::vector<qvds_cq_entry *> buckets;
     qvds_cq queue;
 
-    // Delays are below 2 * n + 2 * tick: with that, they fit one revolution.
-    explicit calendar(size_t n) : buckets(std::bit_ceil(2 * n / tick + 3)) {
+    explicit calendar(size_t n) : buckets(days_for(n)) {
         qvds_cq_init(&queue, buckets.data(), static_cast<uint32_t>(buckets.size()), tick);
     }
     void file(record &r) {
@@ -270,6 +274,37 @@ struct calendar : ours<"qvds_cq"> {
     }
     void push(record &r) { file(r); }
     void cancel(record &r) { qvds_cq_delete(&queue, &r); }
+};
+
+// Its clock tells the time in the ticks of the keys.
+struct key_clock {
+    using duration = std::chrono::milliseconds;
+    using rep = duration::rep;
+    using period = duration::period;
+    using time_point = std::chrono::time_point<key_clock>;
+    static time_point at(uint32_t key) { return time_point(duration(key)); }
+};
+
+struct typed_calendar : typed<"qvds::calendar"> {
+    struct hook {
+        qvds_cq_entry entry;
+    };
+    using record = bench::record<hook>;
+    std::vector<qvds_cq_entry *> days;
+    qvds::calendar<qvds::hook<record, &hook::entry>, key_clock> queue;
+
+    explicit typed_calendar(size_t n)
+        : days(days_for(n)), queue(days, std::chrono::milliseconds(tick), key_clock::at(0)) {}
+    void file(record &r) { (void)queue.schedule(r, key_clock::at(r.key)); }
+    template <class Fire>
+    void advance(uint32_t now, Fire &fire) {
+        queue.advance(key_clock::at(now), [&](record &r) {
+            fire(r, r.key);
+            file(r);
+        });
+    }
+    void push(record &r) { file(r); }
+    void cancel(record &r) { queue.cancel(r); }
 };
 
 // --- Trials.
@@ -424,11 +459,11 @@ const rows queues_by_priority = {
     {"heap/erase", sizes({0, 0.9}),
      enter<cancel, tracking_heap, tracking_typed_heap, callback_heap<true>, event_loop_heap,
            boost_d_ary_handles>},
-    {"cq/hold", sizes({0.11, 0.17}, {0.10, 0.18}, {0.12, 0.33}),
-     enter<timers, calendar, queue_timers<callback_heap<false>>, queue_timers<std_queue>,
-           queue_timers<boost_d_ary>>},
-    {"cq/cancel", sizes({0.04, 0.36}, {0.04, 0.22}, {0.04, 0}),
-     enter<cancel, calendar, callback_heap<true>, boost_pairing, pb_ds_pairing>},
+    {"cq/hold", sizes({0.11, 0.14}, {0.10, 0.14}, {0.12, 0.14}),
+     enter<timers, calendar, typed_calendar, queue_timers<callback_heap<false>>,
+           queue_timers<std_queue>, queue_timers<boost_d_ary>>},
+    {"cq/cancel", sizes({0.04, 0.3}),
+     enter<cancel, calendar, typed_calendar, callback_heap<true>, boost_pairing, pb_ds_pairing>},
 };
 
 } // namespace
