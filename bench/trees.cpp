@@ -3,7 +3,7 @@
 #include "data.hpp"
 
 #include <qvds/aa.h>
-#include <qvds/qv_tree.h>
+#include <qvds/qv_tree.hpp>
 
 #include <boost/intrusive/avl_set.hpp>
 #include <boost/intrusive/bs_set.hpp>
@@ -84,6 +84,20 @@ struct counted : ours<"qv_tree"> {
         root = qv_tree_partition(root, static_cast<int32_t>(rank));
         return static_cast<record *>(root->item);
     }
+};
+
+constexpr auto plain_by_key = qvds::item<plain, &plain::key>;
+
+struct typed_counted : typed<"qvds::counted_tree"> {
+    using record = plain;
+    qvds::counted_tree<plain_by_key> tree;
+
+    void clear() { tree.clear(); }
+    void settle() { tree.balance(); }
+    void add(record &r) { (void)tree.insert(r); }
+    const payload *find(uint32_t key) const { return tree.find(key); }
+    void erase(uint32_t key) { tree.erase(key); }
+    const payload *kth(uint32_t rank) const { return tree.nth(rank); }
 };
 
 struct glib_tree : called<"GTree"> {
@@ -473,11 +487,15 @@ struct counted_chains : contestant<text, where> {
     }
     void balance() {
         for (qv_tree *&root : roots)
-            root = qv_tree_balance(root);
+            if constexpr (where == side::typed)
+                qvds::counted_tree_view<plain_by_key>(root).balance();
+            else
+                root = qv_tree_balance(root);
     }
 };
 
 using one_chain = counted_chains<"qv_tree", side::ours, 0>;
+using typed_chain = counted_chains<"qvds::counted_tree", side::typed, 0>;
 using short_chains = counted_chains<"qv_tree, 1,000 at a time", side::called, 1'000>;
 
 struct boost_chain : inlined<"Boost bs_set"> {
@@ -514,14 +532,14 @@ struct balance {
 };
 
 const rows ordered_trees = {
-    {"counted/find", sizes({0.85, 0.80}, {0.72, 0.65}, {1.0, 0.80}),
-     enter<find, counted, glib_tree, search_tree, glib_sequence, pb_ds_tree>},
+    {"counted/find", sizes({0.85, 0.6}, {0.72, 0.55}, {1.0, 0.80}),
+     enter<find, counted, typed_counted, glib_tree, search_tree, glib_sequence, pb_ds_tree>},
     {"counted/delete", sizes({0.80, 0.78}, {0.68, 0.68}, {1.0, 0.78}),
-     enter<erase, counted, glib_tree, search_tree, glib_sequence, pb_ds_tree>},
-    {"counted/kth", sizes({1.0, 1.4}, {0.92, 1.2}, {0.80, 1.1}),
-     enter<kth, counted, glib_sequence, pb_ds_tree>},
+     enter<erase, counted, typed_counted, glib_tree, search_tree, glib_sequence, pb_ds_tree>},
+    {"counted/kth", sizes({1.0, 0.9}, {0.92, 0.9}, {0.80, 0.9}),
+     enter<kth, counted, typed_counted, glib_sequence, pb_ds_tree>},
     {"counted/balance", sizes({0, 0.55}, {0, 0.36}, {0, 0.34}),
-     enter<balance, one_chain, boost_chain>},
+     enter<balance, one_chain, typed_chain, boost_chain>},
     {"counted/balance-growth",
      {{"L", 2'000'000, {1.2, 0}}},
      enter<balance, one_chain, short_chains>},
