@@ -122,23 +122,25 @@ template <auto Key, class Compare, class Balance, class Disposal>
         tree.c_root(), [&](const void *a, const void *b) { return tree.compare_items(a, b); });
     if (found.element != nullptr)
         found.element = static_cast<const qv_tree *>(found.element)->item;
+    return found;
+}
 
-    /// The same for a table. Of a view that was given a hash it also says (as I2) where this and the
-    /// record's hash callback disagree. Calls the hash for each element.
-    template <class Links, class Hooked, auto Key, class Hash, class Equal, class Disposal,
-              class Record>
-    [[nodiscard]] fault check(
-        const core::table<Links, Hooked, Key, Hash, Equal, Disposal, Record> &table) {
-        const auto hash_of = [&](void *link) {
-            return table.hash_of_element(*Hooked::element_at(link));
-        };
-        fault found = core::check_table<Links>(*table.record(), hash_of);
-        if constexpr (std::is_same_v<Disposal, core::viewed>)
-            if (!found)
-                found = core::check_table<Links>(*table.record(), table.record()->hash);
-        found.element = Hooked::element_or_null(const_cast<void *>(found.element));
-        return found;
-    }
+/// The same for a table. Of a view that was given a hash it also says (as I2) where this and the
+/// record's hash callback disagree. Calls the hash for each element.
+template <class Links, class Hooked, auto Key, class Hash, class Equal, class Disposal,
+          class Record>
+[[nodiscard]] fault
+check(const core::table<Links, Hooked, Key, Hash, Equal, Disposal, Record> &table) {
+    const auto hash_of = [&](void *link) {
+        return table.hash_of_element(*Hooked::element_at(link));
+    };
+    fault found = core::check_table<Links>(*table.record(), hash_of);
+    if constexpr (std::is_same_v<Disposal, core::viewed>)
+        if (!found)
+            found = core::check_table<Links>(*table.record(), table.record()->hash);
+    found.element = Hooked::element_or_null(const_cast<void *>(found.element));
+    return found;
+}
 
 } // namespace qvds
 
