@@ -24,6 +24,7 @@ struct text_hash {
 };
 struct text_equal {
     bool operator()(const char *a, const char *b) const { return *a == *b; }
+};
 
     struct by_table {
         const int *rank_of;
