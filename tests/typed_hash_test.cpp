@@ -205,7 +205,7 @@ TEST(TypedHash, TheDefaultHashSpreadsWhatLiesAtEqualDistances) {
         const void *at;
     };
     std::vector<Address> addresses(count);
-    for (const size_t distance : {1U, 8U, 64U, 4096U, 1U << 20}) {
+    for (const size_t distance : {1U, 10U, 64U, 4096U, 1U << 16, 1U << 20}) {
         qvds::buckets<count> array;
         qvds::hash<&Address::next, &Address::at> table(array);
         for (size_t i = 0; i != count; ++i) {
@@ -380,21 +380,26 @@ TEST(TypedHash, AKnownHashSparesTheCall) {
     EXPECT_EQ(Hash2::table<LastDigit>::hash_of(27), 7U) << "without state, it needs no table";
 }
 
-TEST(TypedHash, AnEqualityMayHaveState) {
+TEST(TypedHash, HashAndEqualityMayHaveState) {
     struct EqualUpTo {
         int tolerance;
         bool operator()(int a, int b) const { return std::abs(a - b) <= tolerance; }
     };
-    struct Tens {
-        size_t operator()(int priority) const { return static_cast<size_t>(priority / 10); }
+    struct Divided {
+        int divisor;
+        size_t operator()(int priority) const { return static_cast<size_t>(priority / divisor); }
     };
-    qvds::buckets<4> array;
-    Hash::table<Tens, EqualUpTo> table(array, {}, EqualUpTo{3});
+    qvds::buckets<4> array, other_array;
+    Hash::table<Divided, EqualUpTo> table(array, {10}, {3}), other(other_array, {20}, {0});
     Job twelve{12}, fifteen{15};
     EXPECT_TRUE(table.insert_or_find(twelve).fresh);
     EXPECT_EQ(table.insert_or_find(fifteen).where, &twelve);
     EXPECT_EQ(table.find(16), nullptr);
-    EXPECT_EQ(table.c_record().size, 4U) << "C compares by itself";
+    swap(table, other);
+    EXPECT_EQ(other.hash_of(19), 1U);
+    EXPECT_EQ(other.find(15), &twelve);
+    EXPECT_TRUE(table.insert_or_find(fifteen).fresh);
+    EXPECT_EQ(table.find(14), nullptr);
 }
 
 TEST(TypedHash, AHashThatThrowsChangesNothing) {
