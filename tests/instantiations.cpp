@@ -26,11 +26,11 @@ struct text_equal {
     bool operator()(const char *a, const char *b) const { return *a == *b; }
 };
 
-    struct by_table {
-        const int *rank_of;
+struct by_table {
+    const int *rank_of;
 
-        bool operator()(int a, int b) const { return rank_of[a] < rank_of[b]; }
-    };
+    bool operator()(int a, int b) const { return rank_of[a] < rank_of[b]; }
+};
 
 } // namespace
 
