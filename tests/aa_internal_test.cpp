@@ -1,11 +1,11 @@
-#include "trees/aa_internal.hpp"
+#include <qvds/core/aa.hpp>
 
 #include "failing_alloc.hpp"
 #include "support.hpp"
 
 namespace {
 
-using qvds::AA_decrease_level, qvds::AA_skew, qvds::AA_split;
+using qvds::core::aa_decrease_level, qvds::core::aa_skew, qvds::core::aa_split;
 
 AA_node leaf(size_t level) {
     return {level, nullptr, nullptr};
@@ -24,15 +24,15 @@ TEST(AaTree, SkewTurnsUpOnlyALeftChildOfTheSameLevel) {
     for (const size_t level : {1U, 2U, 3U}) {
         AA_node inner = leaf(1), left{level, nullptr, &inner}, t{2, &left, nullptr};
         const bool turns = level == 2;
-        EXPECT_EQ(AA_skew(&t), turns ? &left : &t);
+        EXPECT_EQ(aa_skew(&t), turns ? &left : &t);
         EXPECT_EQ(t.left, turns ? &inner : &left);
         EXPECT_EQ(left.right, turns ? &t : &inner);
         EXPECT_EQ(left.level, level);
         EXPECT_EQ(t.level, 2U);
     }
     AA_node childless = leaf(1);
-    EXPECT_EQ(AA_skew(&childless), &childless);
-    EXPECT_EQ(AA_skew(nullptr), nullptr);
+    EXPECT_EQ(aa_skew(&childless), &childless);
+    EXPECT_EQ(aa_skew(nullptr), nullptr);
 }
 
 /*
@@ -46,7 +46,7 @@ TEST(AaTree, SplitTurnsUpTheRightChildOnlyBeforeAGrandchildOfTheSameLevel) {
     for (const size_t level : {1U, 2U, 3U}) {
         AA_node inner = leaf(1), far = leaf(level), right{2, &inner, &far}, t{2, nullptr, &right};
         const bool turns = level == 2;
-        EXPECT_EQ(AA_split(&t), turns ? &right : &t);
+        EXPECT_EQ(aa_split(&t), turns ? &right : &t);
         EXPECT_EQ(t.right, turns ? &inner : &right);
         EXPECT_EQ(right.left, turns ? &t : &inner);
         EXPECT_EQ(right.right, &far);
@@ -54,9 +54,9 @@ TEST(AaTree, SplitTurnsUpTheRightChildOnlyBeforeAGrandchildOfTheSameLevel) {
         EXPECT_EQ(t.level, 2U);
     }
     AA_node childless = leaf(1), parent{1, nullptr, &childless};
-    EXPECT_EQ(AA_split(&parent), &parent);
-    EXPECT_EQ(AA_split(&childless), &childless);
-    EXPECT_EQ(AA_split(nullptr), nullptr);
+    EXPECT_EQ(aa_split(&parent), &parent);
+    EXPECT_EQ(aa_split(&childless), &childless);
+    EXPECT_EQ(aa_split(nullptr), nullptr);
 }
 
 TEST(AaTree, DecreaseLevelPutsANodeOneAboveTheLowestChildThatItHas) {
@@ -83,12 +83,12 @@ TEST(AaTree, DecreaseLevelPutsANodeOneAboveTheLowestChildThatItHas) {
         AA_node left = leaf(left_level), right = leaf(right_level);
         AA_node t{level, left_level != missing ? &left : nullptr,
                   right_level != missing ? &right : nullptr};
-        AA_decrease_level(&t);
+        aa_decrease_level(&t);
         EXPECT_EQ(t.level, new_level);
         EXPECT_EQ(right.level, new_right_level);
         EXPECT_EQ(left.level, left_level);
     }
-    AA_decrease_level(nullptr);
+    aa_decrease_level(nullptr);
 }
 
 TEST(AaTree, FailedDupLeavesNothingOver) {

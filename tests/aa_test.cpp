@@ -9,12 +9,12 @@
 #include <numeric>
 #include <utility>
 
-#include "check_aa.hpp"
+#include "fault.hpp"
 #include "support.hpp"
 
 namespace {
 
-using qvds::check_aa, qvds::check_aa_levels, qvds::fault, qvds::sound;
+using qvds::core::check_aa, qvds::core::check_aa_levels, qvds::fault, qvds::sound;
 
 struct Record {
     AA_node node;

@@ -5,6 +5,7 @@
 #ifndef QVDS_CORE_CHECK_HPP
 #define QVDS_CORE_CHECK_HPP
 
+#include <qvds/aa.h>
 #include <qvds/core/chain.hpp>
 #include <qvds/core/hash2.hpp>
 #include <qvds/cq.h>
@@ -241,6 +242,50 @@ QVDS_HIDDEN inline fault check_qvcq(const qvcq &ring) noexcept {
     for (int64_t i = 0; i != blocks; ++i, block += ring.block_size)
         if (ring.entries[i].data != block)
             return {3, &ring.entries[i], "the data of entry i is storage + i * block_size"};
+    return {};
+}
+
+// A subtree, whose nodes stand in the order between two others, either of which may be null for no
+// bound.
+template <class Compare>
+QVDS_HIDDEN inline fault check_aa_between(const AA_node *t, const AA_node *lower,
+                                          const AA_node *upper, Compare &compare) {
+    for (; t != nullptr; t = t->right) {
+        if ((lower != nullptr && compare(t, lower) != 1) ||
+            (upper != nullptr && compare(t, upper) != -1))
+            return {1, t, "in order, each node compares above the one before it; no two are equal"};
+        if (const fault found = check_aa_between(t->left, lower, t, compare))
+            return found;
+        lower = t;
+    }
+    return {};
+}
+
+// I1. compare(a, b) is -1 or 1 as node a comes before b or behind. A node that is met twice, on a
+// cycle too, would have to compare above or below itself, so the walk ends in any structure, as long
+// as compare keeps one order. The stack follows the height.
+template <class Compare>
+QVDS_HIDDEN inline fault check_aa(const AA_node *root, Compare compare) {
+    return check_aa_between(root, nullptr, nullptr, compare);
+}
+
+// I2, which holds in a tree built by insertions alone. Levels fall with every step to the left and
+// every second one to the right, so no walk is endless. The stack follows the height.
+QVDS_HIDDEN inline fault check_aa_levels(const AA_node *t) noexcept {
+    for (; t != nullptr; t = t->right) {
+        const AA_node *const left = t->left;
+        const AA_node *const right = t->right;
+        if (left != nullptr && left->level + 1 != t->level)
+            return {2, left, "a left child is one level below its parent"};
+        if (right != nullptr && right->level != t->level && right->level + 1 != t->level)
+            return {2, right, "a right child is at its parent's level or one below"};
+        if (right != nullptr && right->right != nullptr && right->right->level >= t->level)
+            return {2, right->right, "a right grandchild is below its grandparent"};
+        if ((left == nullptr || right == nullptr) && t->level != 1)
+            return {2, t, "a node that lacks a child is at level 1"};
+        if (const fault found = check_aa_levels(left))
+            return found;
+    }
     return {};
 }
 

@@ -1,0 +1,338 @@
+// The AA tree, without parent links. See aa.h for the records and the invariants, docs/trees.md for
+// the pictures of skew and split.
+//
+// Three things here differ from the textbook's AA tree, and the trees they make depend on each:
+//
+//   - Insertion mends every place on its way back up that is out of order, also above a subtree
+//     that came back unchanged. After deletions a tree at rest may hold nodes on which a skew or a
+//     split would act.
+//   - Deletion moves the neighbouring node itself, since a payload of unknown size and alignment
+//     cannot be copied and pointers into the tree must stay good.
+//   - A missing child is no child at level 0: aa_decrease_level passes it over.
+//
+// Every descent is told at each node where to turn, by one callable. What order(node) gives has two
+// members: found() says that the descent ends here, left() if not, that it goes on to the left. Asked
+// in this order, they leave the compiler what it needs to choose a child without a branch.
+//
+// What a descent does not read but the way back does, it asks for early: in a tree larger than the
+// cache each such node is a miss.
+
+#ifndef QVDS_CORE_AA_HPP
+#define QVDS_CORE_AA_HPP
+
+#include <qvds/aa.h>
+
+#include <type_traits>
+
+namespace qvds::core {
+
+static_assert(sizeof(AA_node) == 3 * sizeof(void *), "the payload follows the header directly");
+
+// The length of the path that a descent keeps by itself. Heights are not bounded, so each of them
+// also has a way to go on beyond it, which tests reach with a shorter one.
+inline constexpr size_t aa_path_length = 64;
+
+// Stands in for a child that is missing where its level is looked at: none has this one.
+QVDS_HIDDEN inline constexpr AA_node aa_nil{};
+
+QVDS_HIDDEN inline const AA_node *or_nil(const AA_node *node) {
+    return node != nullptr ? node : &aa_nil;
+}
+
+// The child on one side. A branch on it would be mispredicted at every second level of a search, and
+// compilers make one of a conditional expression.
+QVDS_HIDDEN inline AA_node *aa_child(const AA_node *node, bool left) {
+    const auto left_word = __builtin_bit_cast(uintptr_t, node->left);
+    const auto right_word = __builtin_bit_cast(uintptr_t, node->right);
+    const auto mask = -static_cast<uintptr_t>(left);
+    return __builtin_bit_cast(AA_node *, right_word ^ ((left_word ^ right_word) & mask));
+}
+
+// -- The steps that rebalance a place ----------------------------------------------------------
+// Each takes the root of a subtree, or null, and looks no further down than it says.
+
+// Turns a left child on the node's own level up into its place. Returns the subtree's root.
+QVDS_HIDDEN inline AA_node *aa_skew(AA_node *node) {
+    if (node == nullptr || node->left == nullptr || node->left->level != node->level)
+        return node;
+    AA_node *const left = node->left;
+    node->left = left->right;
+    left->right = node;
+    return left;
+}
+
+// Turns the right child up into the node's place, and one level higher, if the right grandchild
+// beyond it is on the node's own level. Returns the subtree's root.
+QVDS_HIDDEN inline AA_node *aa_split(AA_node *node) {
+    if (node == nullptr || node->right == nullptr || node->right->right == nullptr ||
+        node->right->right->level != node->level)
+        return node;
+    AA_node *const right = node->right;
+    node->right = right->left;
+    right->left = node;
+    right->level += 1;
+    return right;
+}
+
+// Whether a skew or a split would act on the node.
+QVDS_HIDDEN inline bool aa_is_restless(const AA_node *node) {
+    const bool skews = or_nil(node->left)->level == node->level;
+    const bool splits = or_nil(or_nil(node->right)->right)->level == node->level;
+    return skews | splits; // without a branch
+}
+
+// Lowers a node that is more than one level above the lowest of its children, and with it a right
+// child that would then be above it. A child that is missing does not count.
+QVDS_HIDDEN inline void aa_decrease_level(AA_node *node) {
+    if (node == nullptr)
+        return;
+    size_t lowest = 0;
+    if (node->left != nullptr)
+        lowest = node->left->level;
+    if (node->right != nullptr && (node->left == nullptr || node->right->level < lowest))
+        lowest = node->right->level;
+    if (lowest + 1 < node->level) {
+        node->level = lowest + 1;
+        if (node->right != nullptr && node->right->level > lowest + 1)
+            node->right->level = lowest + 1;
+    }
+}
+
+// Mends the place of a node one of whose subtrees has lost a node. Returns the subtree's root.
+QVDS_HIDDEN inline AA_node *aa_rebalance(AA_node *node) {
+    aa_decrease_level(node);
+    node = aa_skew(node);
+    node->right = aa_skew(node->right);
+    if (AA_node *const right = node->right)
+        right->right = aa_skew(right->right);
+    node = aa_split(node);
+    node->right = aa_split(node->right);
+    return node;
+}
+
+// -- Search ------------------------------------------------------------------------------------
+
+// The node that order finds, or null.
+template <class Order>
+QVDS_HIDDEN inline AA_node *aa_find(const AA_node *node, Order order) {
+    while (node != nullptr) {
+        __builtin_prefetch(node->left);
+        __builtin_prefetch(node->right);
+        const auto turn = order(node);
+        if (turn.found())
+            break;
+        node = aa_child(node, turn.left());
+    }
+    return const_cast<AA_node *>(node);
+}
+
+// The node that order finds; else the one next to the place where it ends, the last that it turned
+// left at, which is the first above the place, or with left false the last below it; or null.
+template <bool left = true, class Order>
+QVDS_HIDDEN inline AA_node *aa_bound(const AA_node *node, Order order) {
+    const AA_node *beside = nullptr;
+    while (node != nullptr) {
+        __builtin_prefetch(node->left);
+        __builtin_prefetch(node->right);
+        const auto turn = order(node);
+        if (turn.found())
+            return const_cast<AA_node *>(node);
+        beside = turn.left() == left ? node : beside;
+        node = aa_child(node, turn.left());
+    }
+    return const_cast<AA_node *>(beside);
+}
+
+// The outermost node of a subtree on the left, or null for null.
+QVDS_HIDDEN inline AA_node *aa_first(const AA_node *node) {
+    if (node != nullptr)
+        while (node->left != nullptr)
+            node = node->left;
+    return const_cast<AA_node *>(node);
+}
+
+QVDS_HIDDEN inline AA_node *aa_last(const AA_node *node) {
+    if (node != nullptr)
+        while (node->right != nullptr)
+            node = node->right;
+    return const_cast<AA_node *>(node);
+}
+
+// -- Insertion ---------------------------------------------------------------------------------
+
+QVDS_HIDDEN inline void aa_reset(AA_node *node) {
+    *node = {.level = 1, .left = nullptr, .right = nullptr};
+}
+
+// aa_insert where the path is full. Inlined, it would take a path in the frame of its caller.
+template <size_t length, class Order>
+QVDS_HIDDEN AA_node *aa_insert_beyond(AA_node *&root, AA_node *fresh, Order order);
+
+// Puts fresh, which has been reset, where order ends. Returns the node that order finds instead, or
+// null.
+//
+// What skew and split do at a node depends on nothing but its own level, its left child's and its
+// right grandchild's. So above two nodes in a row that they left alone, they would do what they
+// would have done before the insertion, and the way back ends there if that is nothing. The way
+// down, which branches, since ascending and descending input is predicted, has looked at that.
+template <size_t length = aa_path_length, class Order>
+QVDS_HIDDEN inline AA_node *aa_insert(AA_node *&root, AA_node *fresh, Order order) {
+    AA_node **path[length]; // the links to the nodes from the root down to the place
+    size_t depth = 0;
+    bool restless = false;
+    AA_node **link = &root;
+    for (AA_node *node = root; node != nullptr;) {
+        if (depth == length) {
+            if (AA_node *const match = aa_insert_beyond<length>(*link, fresh, order))
+                return match;
+            restless = true; // it doesn't say how far up it has changed something
+            fresh = *link;
+            break;
+        }
+        path[depth++] = link;
+        restless |= aa_is_restless(node);
+        const auto turn = order(node);
+        if (turn.found())
+            return node;
+        if (turn.left()) {
+            link = &node->left;
+            node = node->left;
+        } else {
+            link = &node->right;
+            node = node->right;
+        }
+    }
+    *link = fresh;
+    int left_alone = 0;
+    while (depth != 0) {
+        link = path[--depth];
+        AA_node *const node = *link;
+        const size_t level = node->level;
+        AA_node *const mended = aa_split(aa_skew(node));
+        if (mended != node || mended->level != level) { // both steps bring the node back, higher
+            *link = mended;
+            left_alone = 0;
+        } else if (++left_alone >= 2 && !restless) {
+            break;
+        }
+    }
+    return nullptr;
+}
+
+template <size_t length, class Order>
+[[gnu::noinline, gnu::cold]] AA_node *aa_insert_beyond(AA_node *&root, AA_node *fresh,
+                                                       Order order) {
+    return aa_insert<length>(root, fresh, order);
+}
+
+// -- Deletion ----------------------------------------------------------------------------------
+
+// How deletion gets from a node that goes to heir, its neighbour at the far end of one subtree: by
+// the direction alone.
+struct aa_straight {
+    struct turn {
+        bool at_heir, leftwards;
+        bool found() const { return at_heir; }
+        bool left() const { return leftwards; }
+    };
+    auto operator()(const AA_node *heir, bool left) const {
+        return [=](const AA_node *node) { return turn{node == heir, left}; };
+    }
+};
+
+// Takes out the node that order finds, its links then null, and notes it in taken; else taken is
+// left as it is, though nodes on the way may be rebalanced. Returns the new root. search(heir, left)
+// gives the order for the second half of the way.
+template <class Order, class Search = aa_straight>
+QVDS_HIDDEN inline AA_node *aa_erase(AA_node *root, Order order, AA_node *&taken,
+                                     Search search = {}) {
+    if (root == nullptr)
+        return nullptr;
+    __builtin_prefetch(root->left);
+    if (root->right != nullptr) {
+        __builtin_prefetch(root->right->left);
+        __builtin_prefetch(root->right->right);
+    }
+    const auto turn = order(root);
+    if (!turn.found()) {
+        if (turn.left())
+            root->left = aa_erase(root->left, order, taken, search);
+        else
+            root->right = aa_erase(root->right, order, taken, search);
+        return aa_rebalance(root);
+    }
+    // The heir leaves its own place first, and then takes over all that root has by then:
+    //
+    //      root           heir      heir is the largest node of a, and a' is what is left of a
+    //      /  \           /  \      without it. If there is no a, heir is the smallest node of b.
+    //     a    b   ->   a'    b
+    AA_node *heir = nullptr;
+    AA_node *detached = nullptr;
+    if (root->left != nullptr) {
+        heir = aa_last(root->left);
+        root->left = aa_erase(root->left, search(heir, false), detached, search);
+    } else if (root->right != nullptr) {
+        heir = aa_first(root->right);
+        root->right = aa_erase(root->right, search(heir, true), detached, search);
+    }
+    if (heir != nullptr)
+        *heir = *root;
+    root->left = nullptr;
+    root->right = nullptr;
+    taken = root;
+    return heir != nullptr ? aa_rebalance(heir) : nullptr;
+}
+
+// -- The whole tree ----------------------------------------------------------------------------
+
+// Calls visit(node) in ascending order, until it returns true. Returns the node where it did.
+template <class Visit>
+QVDS_HIDDEN inline AA_node *aa_iterate(AA_node *node, Visit visit) {
+    while (node != nullptr) {
+        AA_node *const right = node->right;
+        __builtin_prefetch(right);
+        if (node->left != nullptr)
+            if (AA_node *const stop = aa_iterate(node->left, visit))
+                return stop;
+        if (visit(node))
+            return node;
+        node = right;
+    }
+    return nullptr;
+}
+
+// Takes out all nodes, children before their parent, and hands each to dispose once it is out, its
+// links null. Where dispose throws, the rest is still in.
+template <class Dispose>
+QVDS_HIDDEN inline void aa_dispose(AA_node *&root, Dispose &&dispose) {
+    AA_node *const node = root;
+    if (node == nullptr)
+        return;
+    aa_dispose(node->left, dispose);
+    aa_dispose(node->right, dispose);
+    root = nullptr;
+    dispose(node);
+}
+
+// Copies the shape and the levels of a tree, from the root down, into copy, which is null before.
+// clone(node) makes a node, or null to give up; what has been made by then is in copy. Returns
+// whether all of it is.
+template <class Clone>
+QVDS_HIDDEN inline bool aa_dup(const AA_node *root, AA_node *&copy, Clone &&clone) {
+    AA_node **link = &copy;
+    for (; root != nullptr; root = root->right) {
+        AA_node *const made = clone(root);
+        if (made == nullptr)
+            return false;
+        *made = {.level = root->level, .left = nullptr, .right = nullptr};
+        *link = made;
+        if (!aa_dup(root->left, made->left, clone))
+            return false;
+        link = &made->right;
+    }
+    return true;
+}
+
+} // namespace qvds::core
+
+#endif
