@@ -14,6 +14,7 @@ struct element {
     uint32_t slot;
 
     qvds_cq_entry entry;
+    AA_node tree_node;
 
     auto operator<=>(const element &other) const { return key <=> other.key; }
     bool operator==(const element &other) const { return key == other.key; }
@@ -116,3 +117,9 @@ template class qvds::counted_tree<qvds::item<element>, std::less<>, qvds::balanc
                                   qvds::dispose_with_delete>;
 template class qvds::counted_tree<&element::key, qvds::core::natural_order, qvds::balance_never,
                                   qvds::core::viewed>;
+
+template class qvds::aa_tree<&element::tree_node, &element::key>;
+template class qvds::aa_tree<&element::tree_node, &element::key, by_table,
+                             qvds::dispose_with_delete>;
+template class qvds::aa_tree<&element::tree_node, qvds::core::identity{}, qvds::core::natural_order,
+                             qvds::core::viewed>;

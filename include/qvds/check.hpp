@@ -26,6 +26,7 @@
 
 #include <qvds/heap.hpp>
 
+#include <qvds/aa.hpp>
 #include <qvds/qv_tree.hpp>
 
 namespace qvds {
@@ -123,6 +124,24 @@ template <auto Key, class Compare, class Balance, class Disposal>
     if (found.element != nullptr)
         found.element = static_cast<const qv_tree *>(found.element)->item;
     return found;
+}
+
+/// Which levels an AA tree is to have.
+enum class aa_levels {
+    any,           ///< whatever deletions have left
+    of_insertions, ///< those of a tree built by insertions alone (I2)
+};
+
+/// The same for an AA tree. Takes stack for the height.
+template <auto Hook, auto Key, class Compare, class Disposal>
+[[nodiscard]] fault check(const aa_tree<Hook, Key, Compare, Disposal> &tree,
+                          aa_levels levels = aa_levels::any) {
+    fault found = core::check_aa(tree.c_root(), [&](const AA_node *a, const AA_node *b) {
+        return tree.compare_nodes(a, b);
+    });
+    if (!found && levels == aa_levels::of_insertions)
+        found = core::check_aa_levels(tree.c_root());
+    return core::at_element<Hook>(found);
 }
 
 /// The same for a table. Of a view that was given a hash it also says (as I2) where this and the

@@ -32,6 +32,7 @@
 #include <qvds/cq.hpp>
 
 // Search trees.
+#include <qvds/aa.hpp>
 #include <qvds/qv_tree.hpp>
 
 #endif

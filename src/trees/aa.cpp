@@ -47,10 +47,7 @@ AA_node *AA_dup(const AA_node *root, size_t size) {
             memcpy(copy + 1, node + 1, size);
         return copy;
     };
-    AA_node *copy = nullptr;
-    if (!core::aa_dup(root, copy, clone))
-        core::aa_dispose(copy, release);
-    return copy;
+    return core::aa_dup(root, clone, release);
 }
 
 AA_node *AA_insert(AA_node *root, void *node, qvds_compare_fn compare, AA_node **dup) {

@@ -21,12 +21,58 @@
 #define QVDS_CORE_AA_HPP
 
 #include <qvds/aa.h>
-
-#include <type_traits>
+#include <qvds/core/order.hpp>
 
 namespace qvds::core {
 
 static_assert(sizeof(AA_node) == 3 * sizeof(void *), "the payload follows the header directly");
+
+// Such a turn after a comparison of a key with a stored one.
+template <class A, class B>
+struct aa_turn_by_value {
+    A key;
+    B stored;
+    bool found() const { return key == stored; }
+    bool left() const { return key < stored; }
+};
+template <class Ordering>
+struct aa_turn_by_order {
+    Ordering order;
+    bool found() const { return order == 0; }
+    bool left() const { return order < 0; }
+};
+struct aa_turn_by_less {
+    bool below, above;
+    bool found() const { return !below && !above; }
+    bool left() const { return below; }
+};
+// One that never finds.
+struct aa_side {
+    bool leftwards;
+    static constexpr bool found() { return false; }
+    bool left() const { return leftwards; }
+};
+
+template <class Compare, class A, class B>
+constexpr bool aa_tells_only_less =
+    std::same_as<std::remove_cvref_t<std::invoke_result_t<Compare &, const A &, const B &>>, bool>;
+
+// Turns to where key belongs. A comparison that only tells less is asked twice. Of scalars in their
+// natural order both questions are put to the machine: what <=> makes of them would be a branch.
+template <class Compare, class A, class B>
+constexpr auto aa_turn(Compare &compare, const A &key, const B &stored) {
+    using verdict = std::remove_cvref_t<decltype(compare(key, stored))>;
+    check_verdict<verdict>();
+    if constexpr (std::same_as<verdict, bool>) {
+        const bool below = compare(key, stored);
+        return aa_turn_by_less{below, !below && compare(stored, key)};
+    } else if constexpr (std::same_as<std::remove_const_t<Compare>, natural_order> &&
+                         std::is_scalar_v<A> && std::is_scalar_v<B>) {
+        return aa_turn_by_value<A, B>{key, stored};
+    } else {
+        return aa_turn_by_order<verdict>{compare(key, stored)};
+    }
+}
 
 // The length of the path that a descent keeps by itself. Heights are not bounded, so each of them
 // also has a way to go on beyond it, which tests reach with a shorter one.
@@ -74,11 +120,12 @@ QVDS_HIDDEN inline AA_node *aa_split(AA_node *node) {
     return right;
 }
 
-// Whether a skew or a split would act on the node.
-QVDS_HIDDEN inline bool aa_is_restless(const AA_node *node) {
-    const bool skews = or_nil(node->left)->level == node->level;
-    const bool splits = or_nil(or_nil(node->right)->right)->level == node->level;
-    return skews | splits; // without a branch
+// Whether a skew, or a split, would act on the node.
+QVDS_HIDDEN inline bool aa_skews(const AA_node *node) {
+    return or_nil(node->left)->level == node->level;
+}
+QVDS_HIDDEN inline bool aa_splits(const AA_node *node) {
+    return or_nil(or_nil(node->right)->right)->level == node->level;
 }
 
 // Lowers a node that is more than one level above the lowest of its children, and with it a right
@@ -168,7 +215,7 @@ QVDS_HIDDEN inline void aa_reset(AA_node *node) {
 template <size_t length, class Order>
 QVDS_HIDDEN AA_node *aa_insert_beyond(AA_node *&root, AA_node *fresh, Order order);
 
-// Puts fresh, which has been reset, where order ends. Returns the node that order finds instead, or
+// Puts fresh, which is reset then, where order ends. Returns the node that order finds instead, or
 // null.
 //
 // What skew and split do at a node depends on nothing but its own level, its left child's and its
@@ -181,16 +228,11 @@ QVDS_HIDDEN inline AA_node *aa_insert(AA_node *&root, AA_node *fresh, Order orde
     size_t depth = 0;
     bool restless = false;
     AA_node **link = &root;
-    for (AA_node *node = root; node != nullptr;) {
-        if (depth == length) {
-            if (AA_node *const match = aa_insert_beyond<length>(*link, fresh, order))
-                return match;
-            restless = true; // it doesn't say how far up it has changed something
-            fresh = *link;
-            break;
-        }
+    AA_node *node = root;
+    while (node != nullptr && depth != length) {
         path[depth++] = link;
-        restless |= aa_is_restless(node);
+        restless |= aa_skews(node);
+        restless |= aa_splits(node);
         const auto turn = order(node);
         if (turn.found())
             return node;
@@ -202,11 +244,16 @@ QVDS_HIDDEN inline AA_node *aa_insert(AA_node *&root, AA_node *fresh, Order orde
             node = node->right;
         }
     }
-    *link = fresh;
+    if (node == nullptr) {
+        aa_reset(fresh);
+        *link = fresh;
+    } else if (AA_node *const match = aa_insert_beyond<length>(*link, fresh, order)) {
+        return match;
+    }
     int left_alone = 0;
     while (depth != 0) {
         link = path[--depth];
-        AA_node *const node = *link;
+        node = *link;
         const size_t level = node->level;
         AA_node *const mended = aa_split(aa_skew(node));
         if (mended != node || mended->level != level) { // both steps bring the node back, higher
@@ -304,21 +351,36 @@ QVDS_HIDDEN inline AA_node *aa_iterate(AA_node *node, Visit visit) {
 // Takes out all nodes, children before their parent, and hands each to dispose once it is out, its
 // links null. Where dispose throws, the rest is still in.
 template <class Dispose>
-QVDS_HIDDEN inline void aa_dispose(AA_node *&root, Dispose &&dispose) {
+QVDS_HIDDEN inline void aa_dispose(AA_node *&root, Dispose &dispose) {
     AA_node *const node = root;
     if (node == nullptr)
         return;
-    aa_dispose(node->left, dispose);
-    aa_dispose(node->right, dispose);
+    __builtin_prefetch(node->right);
+    if (node->left != nullptr)
+        aa_dispose(node->left, dispose);
+    if (node->right != nullptr)
+        aa_dispose(node->right, dispose);
     root = nullptr;
     dispose(node);
 }
 
-// Copies the shape and the levels of a tree, from the root down, into copy, which is null before.
-// clone(node) makes a node, or null to give up; what has been made by then is in copy. Returns
-// whether all of it is.
+// Hands a tree to dispose when it goes, unless that has been released.
+template <class Dispose>
+struct aa_disposed {
+    AA_node *root;
+    Dispose &dispose;
+
+    ~aa_disposed() { aa_dispose(root, dispose); }
+    AA_node *release() {
+        AA_node *const whole = root;
+        root = nullptr;
+        return whole;
+    }
+};
+
+// Copies shape and levels into copy, which is null before, from the root down.
 template <class Clone>
-QVDS_HIDDEN inline bool aa_dup(const AA_node *root, AA_node *&copy, Clone &&clone) {
+QVDS_HIDDEN inline bool aa_dup_into(AA_node *&copy, const AA_node *root, Clone &clone) {
     AA_node **link = &copy;
     for (; root != nullptr; root = root->right) {
         AA_node *const made = clone(root);
@@ -326,12 +388,79 @@ QVDS_HIDDEN inline bool aa_dup(const AA_node *root, AA_node *&copy, Clone &&clon
             return false;
         *made = {.level = root->level, .left = nullptr, .right = nullptr};
         *link = made;
-        if (!aa_dup(root->left, made->left, clone))
+        if (!aa_dup_into(made->left, root->left, clone))
             return false;
         link = &made->right;
     }
     return true;
 }
+
+// A tree of the same shape and levels. clone(node) makes a node, or null to give up. Then, and where
+// it throws, what has been made by then goes to dispose. Returns the root, or null.
+template <class Clone, class Dispose>
+QVDS_HIDDEN inline AA_node *aa_dup(const AA_node *root, Clone clone, Dispose dispose) {
+    aa_disposed<Dispose> copy{nullptr, dispose};
+    return aa_dup_into(copy.root, root, clone) ? copy.release() : nullptr;
+}
+
+// -- Walks that are not in one piece -----------------------------------------------------------
+
+// The way from a node upwards: the nodes above it that come behind it in order, the nearest last. It
+// keeps the nearest alone, as many as length says.
+template <size_t length = aa_path_length>
+class aa_path {
+  public:
+    // Goes down to where order leads. Returns the node there, else the first above the place, or
+    // null.
+    template <class Order>
+    AA_node *seek(AA_node *node, Order order) {
+        depth_ = forgotten_ = 0;
+        while (node != nullptr) {
+            const auto turn = order(node);
+            if (turn.found())
+                return node;
+            if (turn.left()) {
+                push(node);
+                node = node->left;
+            } else {
+                node = node->right;
+            }
+        }
+        return pop();
+    }
+
+    // Goes down to the first node of a subtree.
+    AA_node *first(AA_node *node) noexcept {
+        if (node != nullptr) {
+            while (AA_node *const left = node->left) {
+                __builtin_prefetch(node->right);
+                push(node);
+                node = left;
+            }
+        }
+        return node;
+    }
+
+    // The node behind this one, where the path stands; null if there is none, or none is kept.
+    AA_node *next(const AA_node *node) noexcept {
+        AA_node *const right = node->right;
+        return right != nullptr ? first(right) : pop();
+    }
+
+    // Whether what pop has no more of has been kept once.
+    bool has_forgotten() const noexcept { return forgotten_ != 0; }
+
+  private:
+    void push(AA_node *node) noexcept {
+        nodes_[depth_++ % length] = node;
+        if (depth_ - forgotten_ > length)
+            ++forgotten_;
+    }
+    AA_node *pop() noexcept { return depth_ != forgotten_ ? nodes_[--depth_ % length] : nullptr; }
+
+    AA_node *nodes_[length];
+    size_t depth_ = 0, forgotten_ = 0;
+};
 
 } // namespace qvds::core
 
