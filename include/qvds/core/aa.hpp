@@ -370,8 +370,8 @@ struct aa_disposed {
     AA_node *root;
     Dispose &dispose;
 
-    ~aa_disposed() { aa_dispose(root, dispose); }
-    AA_node *release() {
+    QVDS_HIDDEN ~aa_disposed() { aa_dispose(root, dispose); }
+    QVDS_HIDDEN AA_node *release() {
         AA_node *const whole = root;
         root = nullptr;
         return whole;
