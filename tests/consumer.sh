@@ -38,13 +38,13 @@ awk -v to="$work" '
     { first = 0 }
     file { print >file }' "$tests/../README.md"
 compile program_c "$work/program.c" "$@"
-compile fill.o -c "$work/fill.c" "$@"
 compile_cpp() {
     output=$1
     shift
     "$cxx" -std=c++20 -Wall -Wextra -pedantic -Werror -o "$work/$output" "$@"
 }
 compile_cpp program_cpp "$work/program.cpp" "$@"
+compile fill.o -c "$work/fill.c" "-I$prefix/include"
 compile_cpp walk "$work/walk.cpp" "$work/fill.o" "$@"
 [ "$(LD_LIBRARY_PATH=$library "$work/program_c" | tr '\n' ' ')" = '1 2 3 ' ]
 [ "$("$work/program_cpp" | tr '\n' ' ')" = '1 2 3 ' ] # needs no library at run time
@@ -53,7 +53,7 @@ compile_cpp walk "$work/walk.cpp" "$work/fill.o" "$@"
 # The blocks of the guide are one source.
 awk '/^```/ { shown = $0 == "```cpp"; next } shown' "$tests/../docs/typed.md" >"$work/guide.cpp"
 [ -s "$work/guide.cpp" ]
-compile_cpp guide.o -c "$work/guide.cpp" "$@"
+compile_cpp guide.o -c "$work/guide.cpp" "-I$prefix/include"
 
 eval "set -- $(pkg-config --static --cflags --libs qvds)"
 compile from_c_static "$tests/consumer/main.c" -Wl,-Bstatic "$@" -Wl,-Bdynamic
