@@ -43,11 +43,11 @@ compile_cpp() {
     shift
     "$cxx" -std=c++20 -Wall -Wextra -pedantic -Werror -o "$work/$output" "$@"
 }
-compile_cpp program_cpp "$work/program.cpp" "$@"
+compile_cpp program_cpp "$work/program.cpp" "-I$prefix/include" # inlined, and so without the library
 compile fill.o -c "$work/fill.c" "-I$prefix/include"
 compile_cpp walk "$work/walk.cpp" "$work/fill.o" "$@"
 [ "$(LD_LIBRARY_PATH=$library "$work/program_c" | tr '\n' ' ')" = '1 2 3 ' ]
-[ "$("$work/program_cpp" | tr '\n' ' ')" = '1 2 3 ' ] # needs no library at run time
+[ "$("$work/program_cpp" | tr '\n' ' ')" = '1 2 3 ' ]
 [ "$(LD_LIBRARY_PATH=$library "$work/walk" | tr '\n' ' ')" = '1 2 ' ]
 
 # The blocks of the guide are one source.
