@@ -32,13 +32,17 @@ class text_words {
     };
 
     // The words of the file that the first argument names: see read_text.
-    text_words(int argc, char **argv, const char *usage) : text_(read_text(argc, argv, 1, usage)) {}
+    text_words(int argc, char **argv, const char *usage, int most = 1)
+        : text_(read_text(argc, argv, most, usage)) {}
     text_words(const text_words &) = delete;
     text_words &operator=(const text_words &) = delete;
     ~text_words() { free(text_.bytes); }
 
     iterator begin() const { return iterator(text_); }
     std::default_sentinel_t end() const { return {}; }
+
+    // Where the text starts. Words lie in it.
+    const char *data() const { return text_.bytes; }
 
     // Whether that character stands directly behind a word of this text.
     bool is_followed_by(std::string_view word, char character) const {

@@ -1,14 +1,14 @@
 #!/bin/sh
 # usage: examples.sh EXAMPLES_DIR: the example programs explain themselves, refuse what they don't
-# understand, notice a full disk, keep words whole whose letters take more than a byte, and simulate
-# the same cache in both languages.
+# understand, notice a full disk, keep words whole whose letters take more than a byte, and do
+# the same in both languages.
 set -eu
 script=$(realpath "$0")
 cd "$1"
 failures=0
 text=$(mktemp)
-lru=$(mktemp)
-trap 'rm "$text" "$lru"' EXIT
+from_c=$(mktemp)
+trap 'rm "$text" "$from_c"' EXIT
 printf 'Ärger, “naïve” Ärger' >"$text"
 
 fail() {
@@ -34,6 +34,17 @@ while read -r example; do
 done <list
 listed=$(./concordance "$text" | awk '{ print $1, $2 }' | tr '\n' ';')
 [ "$listed" = 'naïve 1;Ärger 2;2 of;' ] || fail "concordance listed $listed"
-./lru "$script" >"$lru"
-./lru_cpp "$script" | cmp -s - "$lru" || fail "lru and lru_cpp do not agree"
+same() {
+    program=$1
+    shift
+    "./$program" "$script" "$@" >"$from_c"
+    "./${program}_cpp" "$script" "$@" | cmp -s - "$from_c" ||
+        fail "$program $* and ${program}_cpp $* do not agree"
+}
+same lru
+same ranks
+same concordance
+same concordance E
+same concordance e exb
+same concordance x a
 exit "$((failures > 0))"

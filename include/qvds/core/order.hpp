@@ -36,9 +36,8 @@ concept of_one_sign =
     !std::integral<A> || !std::integral<B> || std::signed_integral<A> == std::signed_integral<B>;
 
 template <class T>
-concept character_pointer = std::is_pointer_v<std::decay_t<T>> &&
-                            std::same_as < std::remove_cv_t<std::remove_pointer_t<std::decay_t<T>>>,
-char > ;
+concept character_pointer = std::same_as < std::decay_t<T>,
+char * > || std::same_as<std::decay_t<T>, const char *>;
 
 // Orders by <=> where the two have it, else by <.
 struct natural_order {

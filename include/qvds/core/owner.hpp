@@ -4,6 +4,8 @@
 #ifndef QVDS_CORE_OWNER_HPP
 #define QVDS_CORE_OWNER_HPP
 
+#include <qvds/dispose.hpp> // so that every family's header brings the disposers it takes
+
 #include <type_traits>
 #include <utility>
 
