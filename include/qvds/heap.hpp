@@ -5,7 +5,7 @@
 /// face of heap.h, on the same record.
 ///
 /// Choose it when elements must come out strictly by rank, whatever the ranks are. Where the rank is
-/// a time that only moves on, the calendar queue (cq.h) is cheaper.
+/// a time that only moves on, the calendar queue (cq.hpp) is cheaper.
 ///
 ///     struct task { uint32_t slot; int rank; };
 ///     qvds::heap_slots<100> room;
