@@ -11,7 +11,7 @@
 
 /** The version of these headers. It is stated here alone: the build takes it from these lines. */
 #define QVDS_VERSION_MAJOR 1
-#define QVDS_VERSION_MINOR 0
+#define QVDS_VERSION_MINOR 1
 #define QVDS_VERSION_PATCH 0
 
 /** Marks what the shared object exports. */
