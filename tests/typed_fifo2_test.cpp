@@ -72,6 +72,7 @@ TEST_F(TypedFifo2, InsertsBeforeAPlaceAndBehindAnElement) {
     jobs.clear();
     jobs.insert(jobs.end(), zero);
     EXPECT_EQ(priorities(jobs), ints{0});
+    jobs.unlink(zero);
 }
 
 TEST_F(TypedFifo2, SortsByAnyComparisonAndProjection) {
