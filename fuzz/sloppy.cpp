@@ -147,9 +147,9 @@ class driver {
         require(found == nearest(wanted.key));
     }
     void concat() {
-        if (model.empty() || other_model.empty())
-            return;
-        if (in_c) {
+        if (model.empty())
+            handle = other.handle();
+        if (in_c && !model.empty() && !other_model.empty()) {
             require(qvds_sloppy_concat(list.c_record(), other.c_record()) == list.c_record());
             other.clear();
         } else {
