@@ -1,6 +1,7 @@
 #ifndef QVDS_AA_HPP
 #define QVDS_AA_HPP
 
+/// @file
 /// AA tree of elements of one type: the C++ face of aa.h, on the same records.
 ///
 /// Choose it for an index that is searched, updated and walked in order, where an element must keep
@@ -138,6 +139,7 @@ class aa_walk {
 
 } // namespace core
 
+/// An AA tree; the template arguments are those of the list above.
 template <auto Hook, auto Key = core::identity{}, class Compare = core::natural_order,
           class Disposal = core::leave_elements>
 class aa_tree {
@@ -167,6 +169,7 @@ class aa_tree {
     /// worthless once an element has gone in or out; until then an element may be changed in
     /// whatever its key does not depend on. To take elements out on the way, go by next(), which
     /// asks nothing of the tree but the order:
+    ///
     ///     for (word *w = index.first(), *behind; w != nullptr; w = behind) {
     ///         behind = index.next(*w);
     ///         if (w->count == 1)
@@ -198,6 +201,7 @@ class aa_tree {
 
     /// The root, for the functions of aa.h. What AA_delete returns is to be stored here, and what
     /// AA_insert returns unless it is null:
+    ///
     ///     index.c_root() = AA_delete(index.c_root(), &key, compare_words, &gone);
     constexpr AA_node *&c_root() noexcept { return *root_.get(); }
     constexpr const AA_node *c_root() const noexcept { return root(); }
@@ -307,6 +311,7 @@ class aa_tree {
     /// A tree of the same shape. clone makes an element from each const one, which it gives as a
     /// pointer; its link need not be set. Where clone returns null, the result is nothing; then, and
     /// where it throws, what it has made goes to dispose. Linear.
+    ///
     ///     auto copy = index.duplicate([](const word &w) { return new (std::nothrow) word(w); },
     ///                                 qvds::dispose_with_delete{});
     template <class Clone, class Dispose>

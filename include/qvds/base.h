@@ -11,7 +11,9 @@
 
 /** The version of these headers. It is stated here alone: the build takes it from these lines. */
 #define QVDS_VERSION_MAJOR 1
+/** Its second number. */
 #define QVDS_VERSION_MINOR 1
+/** Its third number. */
 #define QVDS_VERSION_PATCH 0
 
 /** Marks what the shared object exports. */
@@ -26,6 +28,12 @@
  */
 #define QVDS_NODISCARD __attribute__((warn_unused_result))
 
+/**
+ * @def QVDS_BEGIN
+ * Begins declarations that have the linkage of C in C++, too.
+ * @def QVDS_END
+ * Ends them.
+ */
 #ifdef __cplusplus
 #define QVDS_BEGIN extern "C" {
 #define QVDS_END }

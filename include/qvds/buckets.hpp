@@ -1,6 +1,7 @@
 #ifndef QVDS_BUCKETS_HPP
 #define QVDS_BUCKETS_HPP
 
+/// @file
 /// Array of buckets for the typed hash tables, hash.hpp and hash2.hpp.
 ///
 ///     constinit qvds::buckets<1024> array;

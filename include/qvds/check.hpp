@@ -1,6 +1,7 @@
 #ifndef QVDS_CHECK_HPP
 #define QVDS_CHECK_HPP
 
+/// @file
 /// Checks of the invariants that the C headers number.
 ///
 ///     if (const qvds::fault found = qvds::check(queue))
@@ -9,7 +10,7 @@
 /// For tests, and for the hunt after a stray write: linear, and ended by itself whatever the links
 /// say, as long as they name elements. A container that C made is checked through a view:
 ///
-///     qvds::check(qvds::fifo2_view<&job::link>(c_list))
+///     found = qvds::check(qvds::fifo2_view<&job::link>(c_list));
 ///
 /// Nothing here writes, and nothing here throws but the callables that a container was given.
 
@@ -37,12 +38,14 @@ class calendar;
 
 namespace core {
 
+/// @cond
 // The same fault, with the address of the element in the place of its link's.
 template <auto Hook>
 fault at_element(fault found) noexcept {
     found.element = hooked<Hook>::element_or_null(const_cast<void *>(found.element));
     return found;
 }
+/// @endcond
 
 } // namespace core
 

@@ -1,6 +1,7 @@
 #ifndef QVDS_CQ_HPP
 #define QVDS_CQ_HPP
 
+/// @file
 /// Calendar queue of timers of one type: the C++ face of cq.h, on the same records, with the times
 /// of std::chrono.
 ///
@@ -19,7 +20,7 @@
 ///         return too_late;
 ///     cal.cancel(t);
 ///     sleep_until(cal.next_deadline(clock::now() + 1min));
-///     cal.advance(clock::now(), [](timer &due) { due.run(); });
+///     cal.advance(clock::now(), [](timer &due) { run(due); });
 ///
 /// The timers are the caller's: they are linked where they lie, and must stay there while they are
 /// scheduled. An entry is made with zeroes, as above, so that the calendar can tell one that is not

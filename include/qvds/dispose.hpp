@@ -1,6 +1,7 @@
 #ifndef QVDS_DISPOSE_HPP
 #define QVDS_DISPOSE_HPP
 
+/// @file
 /// What a container can be told to do with an element that it gives up.
 ///
 /// A typed container never touches its elements when it is destroyed. With one of these types, or

@@ -1,6 +1,7 @@
 #ifndef QVDS_FIFO_HPP
 #define QVDS_FIFO_HPP
 
+/// @file
 /// Queue of elements of one type, singly linked: the C++ face of fifo.h, on the same records.
 ///
 /// Choose it for first-in-first-out work and for chains that are joined: adding at either end,
@@ -94,6 +95,8 @@ class fifo_cursor {
 
 } // namespace core
 
+/// A queue through the link that Hook names (hook.hpp). What becomes of elements still in it when it
+/// goes, Disposal says (dispose.hpp); by default nothing.
 template <auto Hook, class Disposal = core::leave_elements>
 class fifo {
     using hooked = core::single_hooked<Hook>;

@@ -1,6 +1,7 @@
 #ifndef QVDS_FIFO2_HPP
 #define QVDS_FIFO2_HPP
 
+/// @file
 /// Doubly linked queue of elements of one type: the C++ face of fifo2.h, on the same records.
 ///
 /// Choose it when elements leave at the back, or from the middle by their address. Where they leave
@@ -92,6 +93,8 @@ class fifo2_iterator {
 
 } // namespace core
 
+/// A queue through the link that Hook names (hook.hpp). What becomes of elements still in it when it
+/// goes, Disposal says (dispose.hpp); by default nothing.
 template <auto Hook, class Disposal = core::leave_elements>
 class fifo2 {
     using hooked = core::hooked<Hook>;
@@ -250,6 +253,7 @@ class fifo2 {
     }
 
     /// Takes out the element at a place. Returns the place behind it, so that a loop goes on:
+    ///
     ///     for (auto at = queue.begin(); at != queue.end();)
     ///         at = done(*at) ? queue.erase(at) : std::next(at);
     iterator erase(const_iterator at) noexcept {

@@ -1,6 +1,7 @@
 #ifndef QVDS_HASH_HPP
 #define QVDS_HASH_HPP
 
+/// @file
 /// Hash table of elements of one type, over a bucket array that the caller supplies: the C++ face
 /// of hash.h, on the same record.
 ///
@@ -218,7 +219,7 @@ class table {
     // -- Hash ----------------------------------------------------------------------------------
 
     /// The hash of a key as this table looks for it, to be kept and handed to the operations that
-    /// take one. Of a hash without state no table is needed: decltype(users)::hash_of(7u).
+    /// take one. Static where the hash has no state.
     template <class K>
     static size_t hash_of(const K &key) requires stateless<Hash> {
         return hash_wanted(Hash{}, wanted(key));
@@ -291,6 +292,7 @@ class table {
 
     /// Adds elem at the end of its chain unless there is an equal element. Returns the element that
     /// is in the table then, and whether it is elem:
+    ///
     ///     auto [where, fresh] = users.insert_or_find(ada);
     insertion<value_type> insert_or_find(value_type &elem) {
         void *const found = hash_find_or_insert<Links>(bucket_of(record(), hash_of_element(elem)),
@@ -595,6 +597,8 @@ class hash_cursor {
 
 } // namespace core
 
+/// A table through the link that Hook names. Its members are those of its base, which follows, and
+/// the cursor.
 template <auto Hook, auto Key = core::identity{}, class Hash = default_hash,
           class Equal = core::natural_equality, class Disposal = core::leave_elements,
           class Record = qvds_hash>
@@ -623,6 +627,7 @@ using hash_view = hash<Hook, Key, Hash, Equal, core::viewed>;
 
 /// A hash that can move into a larger array a few buckets at a time, so that no operation takes
 /// long; see grow and step.
+///
 ///     if (!users.is_growing() && ++count > users.bucket_count())
 ///         users.grow(larger);
 ///     users.store(ada);

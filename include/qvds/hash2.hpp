@@ -1,6 +1,7 @@
 #ifndef QVDS_HASH2_HPP
 #define QVDS_HASH2_HPP
 
+/// @file
 /// Doubly chained hash table of elements of one type: the C++ face of hash2.h, on the same records,
 /// and the twin of hash.hpp for elements with two link words.
 ///
@@ -27,6 +28,7 @@
 
 namespace qvds {
 
+/// A table through the link that Hook names. Its members are those of core::table (hash.hpp) and these.
 template <auto Hook, auto Key = core::identity{}, class Hash = default_hash,
           class Equal = core::natural_equality, class Disposal = core::leave_elements,
           class Record = qvds_hash>

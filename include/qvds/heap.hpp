@@ -1,6 +1,7 @@
 #ifndef QVDS_HEAP_HPP
 #define QVDS_HEAP_HPP
 
+/// @file
 /// Binary heap of elements of one type, over an array of pointers that the caller supplies: the C++
 /// face of heap.h, on the same record.
 ///
@@ -202,6 +203,8 @@ struct heap_record : qvds_heap {
 
 } // namespace core
 
+/// A heap of elements of type T. What becomes of elements still in it when it goes, Disposal says
+/// (dispose.hpp); by default nothing.
 template <class T, auto Projection = core::identity{}, auto Slot = nullptr,
           class Compare = core::natural_order, class Disposal = core::leave_elements>
 class heap {
@@ -249,6 +252,7 @@ class heap {
 
     /// The record, for the functions of heap.h: its callbacks do as this type does. Where there is
     /// a slot member, C must set it before it adds an element, which is stored without a callback:
+    ///
     ///     t->slot = heap->count + 1;
     ///     qvds_heap_insert(heap, t);
     template <class Order = Compare>

@@ -1,6 +1,7 @@
 #ifndef QVDS_HOOK_HPP
 #define QVDS_HOOK_HPP
 
+/// @file
 /// How a typed container knows where in an element its links lie.
 ///
 /// The first template argument of every intrusive container is a hook: a value that names one

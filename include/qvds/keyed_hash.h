@@ -18,6 +18,7 @@
  * a record that holds both, with the key in the record as key; searches go by the bare key as ever:
  *
  *     struct pair { int32_t key; void *value; };
+ *
  *     hash_add(table, &pair->key, pair);
  *     struct pair *found = hash_find_element(table, &key);
  *

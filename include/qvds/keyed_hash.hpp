@@ -1,6 +1,7 @@
 #ifndef QVDS_KEYED_HASH_HPP
 #define QVDS_KEYED_HASH_HPP
 
+/// @file
 /// Keyed hash with keys and values of the caller's types: the C++ face of keyed_hash.h, on the same
 /// table.
 ///
@@ -185,6 +186,8 @@ struct every_entry {
 
 } // namespace core
 
+/// A table from keys of type K, a pointer, to values of type V. What becomes of values still in it when
+/// it goes, Disposal says (dispose.hpp); by default nothing.
 template <class K, class V, class Hash, class Equal, class Metadata = void,
           class Disposal = core::leave_elements>
 class keyed_hash {

@@ -1,6 +1,7 @@
 #ifndef QVDS_LIFO_HPP
 #define QVDS_LIFO_HPP
 
+/// @file
 /// Stack of elements of one type: the C++ face of lifo.h, on the same records.
 ///
 /// Choose it for free lists and last-in-first-out work: header and link are one word each. Where
@@ -89,6 +90,8 @@ class lifo_cursor {
 
 } // namespace core
 
+/// A stack through the link that Hook names (hook.hpp). What becomes of elements still on it when it
+/// goes, Disposal says (dispose.hpp); by default nothing.
 template <auto Hook, class Disposal = core::leave_elements>
 class lifo {
     using hooked = core::single_hooked<Hook>;

@@ -154,14 +154,14 @@ QVDS_API int list_del_link(const void *hook, list_link **head);
 
 /**
  * Begins a walk by hand: from here on removals are deferred.
- * @param link the head link; null is ignored, and then there is nothing to clear
  *
  *     list_iter_set(jobs);
  *     for (list_link *at = jobs; at != NULL; at = list_next(at))
- *         ... at->hook; may remove from and add to jobs
+ *         look_at(at->hook);          // may remove from and add to jobs
  *     list_iter_clear(&jobs);
  *
  * Inside another walk the head link may be deleted; start at list_next of it then.
+ * @param link the head link; null is ignored, and then there is nothing to clear
  */
 QVDS_API void list_iter_set(list_link *link);
 

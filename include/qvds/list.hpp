@@ -1,6 +1,7 @@
 #ifndef QVDS_LIST_HPP
 #define QVDS_LIST_HPP
 
+/// @file
 /// Owning list of pointers to elements of one type: the C++ face of list.h, on the same links.
 ///
 /// Choose it when elements have no room for links, when one element is to sit on many lists, or when
@@ -113,6 +114,8 @@ class list_walk {
 
 } // namespace core
 
+/// A list of elements of type T. What becomes of elements still on it when it goes, Disposal says
+/// (dispose.hpp); by default nothing.
 template <class T, class Disposal = core::leave_elements>
 class list {
     static_assert(std::is_object_v<T> && !std::is_pointer_v<T>,

@@ -1,6 +1,7 @@
 #ifndef QVDS_QV_TREE_HPP
 #define QVDS_QV_TREE_HPP
 
+/// @file
 /// Counted tree of items of one type: the C++ face of qv_tree.h, on the same nodes.
 ///
 /// Choose it for ranks: the item of a rank, the rank of an item, how many lie between two keys, a
@@ -278,6 +279,7 @@ class counted_walk_range {
 
 } // namespace core
 
+/// A counted tree; the template arguments are those of the list above.
 template <auto Key, class Compare = core::natural_order, class Balance = balance_never,
           class Disposal = core::leave_elements>
 class counted_tree {
@@ -327,6 +329,7 @@ class counted_tree {
         : root_(&root), compare_(std::move(compare)) {}
 
     /// The root, for the functions of qv_tree.h. What these return is to be stored here:
+    ///
     ///     table.c_root() = qv_tree_partition(table.c_root(), 7);
     constexpr qv_tree *&c_root() noexcept {
         if constexpr (is_view)
@@ -383,6 +386,7 @@ class counted_tree {
     /// A single pass over the items, or those with ranks from first up to but not including last.
     /// The range object, which stays where it was made, remembers the way, and so a step takes
     /// constant time on average. The tree must not change meanwhile.
+    ///
     ///     for (score &each : table.walk(table.rank(10), table.rank(20)))
     core::counted_walk_range<value_type> walk(uint32_t first = 0,
                                               uint32_t last = UINT32_MAX) &noexcept {

@@ -1,6 +1,7 @@
 #ifndef QVDS_QVCQ_HPP
 #define QVDS_QVCQ_HPP
 
+/// @file
 /// Ring of messages that drops its oldest when it is full: the C++ face of qvcq.h, on the same
 /// record.
 ///
@@ -102,6 +103,8 @@ class [[nodiscard]] ring_writer {
     qvcq_entry *entry_ = nullptr;
 };
 
+/// What ring and ring_view are, the names to use: a ring of bytes, and one over a record that lies
+/// elsewhere.
 template <class Disposal>
 class basic_ring {
     static constexpr bool is_view = std::is_same_v<Disposal, core::viewed>;
@@ -173,6 +176,7 @@ class basic_ring {
     }
 
     /// Hands out the next block to be filled in place:
+    ///
     ///     auto block = ring.write();
     ///     block.commit(fill(block.bytes()));
     /// What is not committed, because an exception came first perhaps, is taken back, but the

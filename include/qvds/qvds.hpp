@@ -1,6 +1,7 @@
 #ifndef QVDS_QVDS_HPP
 #define QVDS_QVDS_HPP
 
+/// @file
 /// All typed classes at once. Each header also stands alone.
 
 #include <qvds/check.hpp>

@@ -1,6 +1,7 @@
 #ifndef QVDS_SLOPPY_HPP
 #define QVDS_SLOPPY_HPP
 
+/// @file
 /// Headerless list of elements of one type, known by any one of them: the C++ face of sloppy.h, on
 /// the same links.
 ///
@@ -18,6 +19,7 @@
 ///     aliases::detach(added);
 ///
 ///     constinit aliases all;                          // a handle, where one is wanted
+///
 ///     all.insert(known);
 ///     if (name *n = all.find("queue", &name::text))
 ///         all.unlink(*n);
@@ -119,6 +121,8 @@ class sloppy_range {
 
 } // namespace core
 
+/// A handle of a list through the link that Hook names (hook.hpp). What becomes of the list's elements
+/// when the handle goes, Disposal says (dispose.hpp); by default nothing.
 template <auto Hook, class Disposal = core::leave_elements>
 class sloppy {
     using hooked = core::hooked<Hook>;
@@ -271,6 +275,7 @@ class sloppy {
     }
 
     /// Takes out the element at a place. Returns the place behind it, so that a loop goes on:
+    ///
     ///     for (auto at = list.begin(); at != list.end();)
     ///         at = done(*at) ? list.erase(at) : std::next(at);
     iterator erase(const_iterator at) noexcept {
