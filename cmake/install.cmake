@@ -8,6 +8,12 @@ if(BUILD_SHARED_LIBS)
 endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qvds TYPE INCLUDE)
 
+set(man_pages ${PROJECT_SOURCE_DIR}/build/docs/man)
+install(DIRECTORY ${man_pages}/ DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT doc OPTIONAL)
+install(CODE "if(NOT EXISTS [[${man_pages}]])
+    message(STATUS \"The man pages are left out: ./dev docs makes them\")
+  endif()" COMPONENT doc)
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qvds)
 install(EXPORT qvds-targets NAMESPACE qvds:: DESTINATION ${package_dir})
 configure_file(cmake/qvds-config-version.cmake.in qvds-config-version.cmake @ONLY)
