@@ -52,7 +52,8 @@ compile g++ -std=c++20 docs/snippets/headers.cpp
 for piece in "$snippets"/*/*; do
     name=${piece#"$snippets/"}
     case $name in
-    typed.md/* | qvds.md/*) ;; # the one is a program of tests/consumer.sh, the other shows includes
+    typed.md/* | debugging.md/*) ;; # programs of tests/consumer.sh and tests/gdb.sh
+    qvds.md/*) ;; # shows includes
     *) grep -q "^#include \"$name\"" docs/snippets/* || fail "$name is not compiled" ;;
     esac
 done
