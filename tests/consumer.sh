@@ -1,8 +1,9 @@
 #!/bin/sh
 # usage: consumer.sh BUILD_DIR CC CXX GENERATOR: installs the library, moves the tree to a folder with
-# an awkward name, and builds and runs outside programs against it: in C through pkg-config one that
-# names every exported symbol, with the shared library and the static one, and the README's; in C++
-# through find_package. What the guide to the typed classes shows is compiled as well.
+# an awkward name, and builds and runs outside programs against it, once with the component that
+# programs need alone: in C through pkg-config one that names every exported symbol, with the shared
+# library and the static one, and the README's; in C++ through find_package. What the guide to the typed
+# classes shows is compiled as well.
 set -eu
 build=$1 cc=$2 cxx=$3 generator=$4
 tests=$(cd "$(dirname "$0")" && pwd)
@@ -63,6 +64,13 @@ compile from_c_static "$tests/consumer/main.c" -Wl,-Bstatic "$@" -Wl,-Bdynamic
 DESTDIR=$work/stage cmake --install "$build" --prefix /usr
 PKG_CONFIG_PATH=$(dirname "$(find "$work/stage" -name qvds.pc)")
 [ "$(pkg-config --cflags --libs qvds | tr -d ' ')" = -lqvds ]
+
+# Every file belongs to a component, and a program runs with the first alone.
+for component in runtime development doc; do
+    cmake --install "$build" --prefix "$work/parts" --component $component
+    [ $component != runtime ] || LD_LIBRARY_PATH=$work/parts/${library#"$prefix"/} "$work/from_c"
+done
+diff -r "$prefix" "$work/parts"
 
 cmake -G "$generator" -S "$tests/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_CXX_COMPILER="$cxx"
