@@ -1,10 +1,12 @@
 #!/bin/sh
-# usage: examples.sh EXAMPLES_DIR: the example programs explain themselves, refuse what they don't
-# understand, notice a full disk, keep words whole whose letters take more than a byte, and do
-# the same in both languages.
+# usage: examples.sh EXAMPLES_DIR [EMULATOR...]: the example programs, run by a command that may go
+# before each, explain themselves, refuse what they don't understand, notice a full disk, keep words
+# whole whose letters take more than a byte, and do the same in both languages.
 set -eu
 script=$(realpath "$0")
 cd "$1"
+shift
+emulator=$*
 failures=0
 text=$(mktemp)
 from_c=$(mktemp)
@@ -20,7 +22,7 @@ fail() {
 expect() {
     expected=$1 output=$2 status=0
     shift 2
-    "$@" >"$output" 2>/dev/null || status=$?
+    $emulator "$@" >"$output" 2>/dev/null || status=$?
     [ "$status" = "$expected" ] || fail "$* >$output ended with $status instead of $expected"
 }
 
@@ -32,13 +34,13 @@ while read -r example; do
     expect 1 /dev/null "./$example" "$text.missing"
     expect 1 /dev/full "./$example" "$text"
 done <list
-listed=$(./concordance "$text" | awk '{ print $1, $2 }' | tr '\n' ';')
+listed=$($emulator ./concordance "$text" | awk '{ print $1, $2 }' | tr '\n' ';')
 [ "$listed" = 'naïve 1;Ärger 2;2 of;' ] || fail "concordance listed $listed"
 same() {
     program=$1
     shift
-    "./$program" "$script" "$@" >"$from_c"
-    "./${program}_cpp" "$script" "$@" | cmp -s - "$from_c" ||
+    $emulator "./$program" "$script" "$@" >"$from_c"
+    $emulator "./${program}_cpp" "$script" "$@" | cmp -s - "$from_c" ||
         fail "$program $* and ${program}_cpp $* do not agree"
 }
 same lru

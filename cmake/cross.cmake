@@ -1,0 +1,13 @@
+# Debian's cross compiler for the processor that the preset names, and QEMU to run what it makes.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR ${QVDS_PROCESSOR})
+set(triplet ${QVDS_PROCESSOR}-linux-gnu)
+string(REPLACE powerpc64le ppc64le emulator qemu-${QVDS_PROCESSOR})
+set(CMAKE_C_COMPILER ${triplet}-gcc)
+set(CMAKE_CXX_COMPILER ${triplet}-g++)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${emulator} -L /usr/${triplet})
+set(CMAKE_FIND_ROOT_PATH /usr/${triplet})
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QVDS_PROCESSOR)
