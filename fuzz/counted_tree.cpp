@@ -153,21 +153,22 @@ class driver {
         require(model.size() >> tree.height() == 0);
         require(model.empty() || model.size() >> (tree.height() - 1) != 0);
     }
-    // In two at a rank. C brings it to the root, and leaves the link on its left to the caller.
+    // In two at a rank, where all may be on one side. C brings the node of a rank to the root, and
+    // leaves the link on its left to the caller.
     void cut() {
-        if (model.empty() || !other_model.empty())
+        if (!other_model.empty())
             return;
-        const uint32_t rank = some_rank();
-        if (in_c) {
+        const size_t rank = program.below(model.size() + 1);
+        if (in_c && rank < model.size()) {
             qv_tree *const root = qv_tree_partition(tree.c_root(), static_cast<int32_t>(rank));
             qv_tree *const less = std::exchange(root->left, &qv_tree_null);
             root->count -= less->count;
             other.c_root() = root;
             tree.c_root() = less;
         } else {
-            other = tree.split_at(rank);
+            other = tree.split_at(static_cast<uint32_t>(rank));
         }
-        const auto spot = std::next(model.begin(), rank);
+        const auto spot = std::next(model.begin(), static_cast<ptrdiff_t>(rank));
         other_model.insert(spot, model.end());
         model.erase(spot, model.end());
     }
