@@ -5,18 +5,22 @@
 set -eu
 cd "$1"
 rm -rf profile
-for suite in qvds_test qvds_internal_test; do
-    LLVM_PROFILE_FILE="profile/$suite" QVDS_TEST_SLOW=1 "tests/$suite" --gtest_brief=1
+objects=
+for suite in tests/qvds_test tests/qvds_internal_test fuzz/fuzz_*; do
+    [ -x "$suite" ] || continue # what CMake keeps beside them
+    LLVM_PROFILE_FILE="profile/${suite#*/}" QVDS_TEST_SLOW=1 "$suite" --gtest_brief=1
+    objects="$objects -object $suite"
 done
-llvm-profdata merge -o profile/all profile/qvds_test profile/qvds_internal_test
+llvm-profdata merge -o profile/all profile/*
 
 ask_for() {
     command=$1
     shift
-    llvm-cov "$command" tests/qvds_test -object tests/qvds_internal_test \
-        -instr-profile profile/all -ignore-filename-regex '/tests/|^/usr/' "$@"
+    # shellcheck disable=SC2086 # a list of options
+    llvm-cov "$command" $objects -instr-profile profile/all \
+        -ignore-filename-regex '/tests/|/fuzz/|^/usr/' "$@"
 }
-# Each inline function that one of the two does not use is told as a mismatch: noise.
+# Each inline function that a suite does not use is told as a mismatch: noise.
 {
     ask_for show -show-branches=count >coverage.txt
     ask_for report -show-region-summary=0

@@ -8,6 +8,8 @@
 #include "fault.hpp"
 #include "support.hpp"
 
+#include <qvds/check.hpp>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -100,6 +102,27 @@ TEST(Owning, AddingToATableWithoutMemoryChangesNothing) {
         EXPECT_EQ(check_keyed_hash(*table), sound);
     });
     hash_del(table);
+}
+
+struct NumberHash {
+    uint32_t operator()(const int32_t *key) const { return static_cast<uint32_t>(*key); }
+};
+struct SameNumber {
+    bool operator()(const int32_t *a, const int32_t *b) const { return *a == *b; }
+};
+
+TEST(Owning, ARehashWithoutMemoryChangesNothing) {
+    auto table = qvds::keyed_hash<const int32_t *, int32_t, NumberHash, SameNumber>::make(2);
+    for (int i : {1, 2, 3})
+        EXPECT_TRUE(table.add(&number[i], number[i]));
+    const size_t blocks = live_blocks();
+    for_each_failing_allocation([&](const FailingAlloc &failing) {
+        EXPECT_EQ(table.rehash(5), !failing.failed());
+        EXPECT_EQ(table.bucket_count(), failing.failed() ? 2U : 5U);
+        EXPECT_EQ(table.count(), 3U);
+        EXPECT_EQ(live_blocks(), blocks);
+        EXPECT_EQ(qvds::check(table), sound);
+    });
 }
 
 // -- what is released, and when ------------------------------------------------------------------

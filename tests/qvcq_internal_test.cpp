@@ -1,4 +1,4 @@
-#include <qvds/qvcq.h>
+#include <qvds/qvcq.hpp>
 
 #include <cstring>
 
@@ -15,6 +15,17 @@ TEST(Ring, FailedInitLeavesARecordThatHoldsNothing) {
         EXPECT_EQ(ring.entries == nullptr, failing.failed());
         EXPECT_EQ(test::live_blocks(), failing.failed() ? 0U : 2U);
         qvcq_destroy(&ring);
+        EXPECT_EQ(test::live_blocks(), 0U);
+    });
+}
+
+TEST(Ring, NoneIsMadeWithoutMemory) {
+    test::for_each_failing_allocation([](const test::FailingAlloc &failing) {
+        EXPECT_EQ(qvds::ring::make(16, 3).has_value(), !failing.failed());
+        EXPECT_EQ(test::live_blocks(), 0U);
+    });
+    test::for_each_failing_allocation([](const test::FailingAlloc &failing) {
+        EXPECT_EQ(qvds::ring_of<int>::make(3).has_value(), !failing.failed());
         EXPECT_EQ(test::live_blocks(), 0U);
     });
 }
