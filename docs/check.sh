@@ -21,7 +21,8 @@ page_of() {
     alias=$man/man3/$1.3
     if [ -f "$alias" ]; then
         declaring=$(grep -lw "^\.B.*$2" "$man"/man3/qvds-*.3)
-        [ "$declaring" = "$man/$(sed -n 's/^\.so //p' "$alias")" ] || fail "$1 is declared by: $declaring"
+        [ "$declaring" = "$man/$(sed -n 's/^\.so //p' "$alias")" ] ||
+            fail "$1 is declared by: $declaring"
     else
         fail "$1 has no man page"
     fi
@@ -43,8 +44,8 @@ done
 rm -rf "$snippets"
 python3 docs/snippets.py "$snippets"
 compile() {
-    "$@" -Wall -Wextra -Werror -Wno-unused -Wno-unused-parameter -fsyntax-only -I include -I "$snippets" ||
-        fail "$*"
+    "$@" -Wall -Wextra -Werror -Wno-unused -Wno-unused-parameter -fsyntax-only \
+        -I include -I "$snippets" || fail "$*"
 }
 compile gcc -std=gnu11 docs/snippets/headers.c
 compile gcc -std=gnu11 docs/snippets/guides.c

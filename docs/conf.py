@@ -1,13 +1,15 @@
 """The site and the man pages, from the headers (by way of doxygen), the README and the guides."""
 
 import re
+import subprocess
 from pathlib import Path
 
 from docutils import nodes
+from docutils.parsers.rst import Directive
 from sphinx import addnodes
 
 project = "qvds"
-extensions = ["breathe", "myst_parser", "sphinx.ext.graphviz"]
+extensions = ["breathe", "myst_parser"]
 exclude_patterns = ["snippets"]
 breathe_projects = {"qvds": "../build/docs/xml"}
 breathe_default_project = "qvds"
@@ -20,12 +22,29 @@ html_title = "qvds"
 html_copy_source = False
 html_show_copyright = False
 html_show_sphinx = False
-html_static_path = ["style.css"]
+html_static_path = ["style.css", "/usr/share/javascript/normalize.css/normalize.css"]
 html_css_files = ["style.css"]
 
 docs = Path(__file__).parent
 tree = docs.parent
-exported = rf"\b({'|'.join((tree / 'tests' / 'exports.txt').read_text().split())})\b"
+exported = rf"\b(?:{'|'.join((tree / 'tests' / 'exports.txt').read_text().split())})\b"
+
+
+class Diagram(Directive):
+    """A picture from diagrams/, in the page itself, so that it takes the colours of the page. The man
+    pages have those in the headers."""
+
+    required_arguments = 1
+
+    def run(self):
+        source = docs / "diagrams" / f"{self.arguments[0]}.dot"
+        self.state.document.settings.env.note_dependency(str(source))
+        look = "-Nfontname=sans-serif -Nfontsize=11 -Nheight=.3 -Earrowsize=.6".split()
+        svg = subprocess.check_output(["dot", "-Tsvg", *look, source], text=True)
+        svg = re.sub(r"<title>.*?</title>\n", "", svg[svg.index("<svg") :])
+        caption = source.read_text().splitlines()[0].removeprefix("// ")
+        figure = f'<figure class="diagram">{svg}<figcaption>{caption}</figcaption></figure>'
+        return [nodes.raw("", figure, format="html")]
 
 
 def man_page(page):
@@ -43,19 +62,19 @@ man_pages += [
 
 def site_link(match, page_dir):
     """A link of the README or of a guide, which leads into the tree, as one of the site."""
-    text, path, anchor = match.group(1), match.group(2), match.group(3) or ""
+    text, path, anchor = match[1], match[2], match[3] or ""
     target = (page_dir / path).resolve()
     if ":" in path or not target.exists() or not target.is_relative_to(tree):
-        return match.group(0)
+        return match[0]
     inside = target.relative_to(tree)
     if target == tree / "README.md":
         return f"[{text}](index.md{anchor})"
     if inside.parts[0] == "docs":
         return f"[{text}]({target.relative_to(docs)}{anchor})"
-    if inside.parts[:2] == ("include", "qvds") and (docs / "reference" / target.stem).with_suffix(".rst").exists():
-        return f"[{text}](reference/{target.stem}.rst)"
     if inside.parts[0] == "examples":
         return f"[{text}](examples.md#{target.name.replace('.', '')})"
+    if (docs / "reference" / f"{target.stem}.rst").exists():
+        return f"[{text}](reference/{target.stem}.rst)"
     return text  # what has no page
 
 
@@ -71,8 +90,10 @@ def read(app, docname, source):
         page_dir = tree
     if docname == "examples":
         for program in sorted((tree / "examples").glob("*.[ch]*")):
-            source[0] += f"\n## {program.name}\n\n```{{literalinclude}} ../examples/{program.name}\n```\n"
-    source[0] = re.sub(r"\[([^]\n]*)\]\(([^)#\s]+)(#[^)\s]*)?\)", lambda m: site_link(m, page_dir), source[0])
+            name = program.name
+            source[0] += f"\n## {name}\n\n```{{literalinclude}} ../examples/{name}\n```\n"
+    link = re.compile(r"\[([^]\n]*)\]\(([^)#\s]+)(#[^)\s]*)?\)")
+    source[0] = link.sub(lambda match: site_link(match, page_dir), source[0])
 
 
 def inline(node):
@@ -87,7 +108,8 @@ def split_paragraphs(app, doctree):
             continue
         parts, before = [], None
         for child in paragraph.children:
-            continues = parts and inline(before) and (inline(child) or isinstance(child, nodes.paragraph))
+            follows = inline(child) or isinstance(child, nodes.paragraph)
+            continues = parts and inline(before) and follows
             before = child
             if continues:
                 parts[-1].extend([child] if inline(child) else child.children)
@@ -99,22 +121,41 @@ def split_paragraphs(app, doctree):
         paragraph.replace_self(parts)
 
 
-def link_functions(app, doctree):
-    """Names of exported functions lead to them wherever they stand."""
+def link_to(name, docname):
+    """The reference that a name of the library in running text is: that of a function, or of a guide."""
+    if re.fullmatch(exported, name):
+        target = {"refdomain": "c", "reftype": "func", "reftarget": name}
+    else:
+        target = {"refdomain": "std", "reftype": "doc", "reftarget": f"/{Path(name).stem}"}
+    return addnodes.pending_xref("", refdoc=docname, refexplicit=True, refwarn=True, **target)
+
+
+def link_names(app, doctree):
+    """Names of exported functions, and of guides in the headers, lead to them wherever they stand."""
+    names = rf"({exported}|\bdocs/\w+\.md)"
     for text in list(doctree.findall(nodes.Text)):
         inside = text.parent
-        if isinstance(inside, nodes.literal) and re.fullmatch(exported, text):
-            text, inside = inside, inside.parent
-        if not isinstance(inside, (nodes.paragraph, nodes.strong)):
-            continue
-        parts = []
-        for word in filter(None, re.split(exported, text.astext())):
-            part = text if len(text.astext()) == len(word) else nodes.Text(word)
-            if re.fullmatch(exported, word):
-                target = {"refdomain": "c", "reftype": "func", "reftarget": word}
-                part = addnodes.pending_xref("", part, refdoc=app.env.docname, **target)
-            parts.append(part)
-        inside.replace(text, parts)
+        if isinstance(inside, nodes.literal) and re.fullmatch(names, text):
+            link = link_to(text.astext(), app.env.docname)
+            inside.replace_self(link)
+            link += inside
+        elif isinstance(inside, (nodes.paragraph, nodes.strong)) and re.search(names, text):
+            parts = []
+            for i, part in enumerate(re.split(names, text)):
+                if i % 2 == 1:
+                    parts.append(link_to(part, app.env.docname))
+                    parts[-1] += nodes.inline(part, part)
+                elif part:
+                    parts.append(nodes.Text(part))
+            inside.replace(text, parts)
+
+
+def name_languages(app, doctree):
+    """Of what is indented, in a header or a guide, pictures have no language."""
+    for block in doctree.findall(nodes.literal_block):
+        if block.get("language", "default") in ("default", "none"):
+            code = re.search(r"[;{}] *(//.*|/\*.*)?$", block.astext(), flags=re.M)
+            block["language"] = "cpp" if code else "text"
 
 
 def untable(app, doctree, docname):
@@ -123,18 +164,31 @@ def untable(app, doctree, docname):
         return
     for table in list(doctree.findall(nodes.table)):
         head, *rows = [
-            [nodes.inline("", "", *entry.children[0].children) if entry.children else None for entry in row]
+            [nodes.inline("", "", *(entry.children[0].children if entry.children else [])) for entry in row]
             for row in table.findall(nodes.row)
         ]
         items = nodes.definition_list()
         for first, *cells in rows:
             body = nodes.definition()
             for title, cell in zip(head[1:], cells):
-                if cell and cell.astext().strip():
+                if cell.astext().strip():
                     name = nodes.emphasis("", title.astext() + ": ") if title else nodes.Text("")
                     body += nodes.paragraph("", "", name, cell)
             items += nodes.definition_list_item("", nodes.term("", "", first), body)
         table.replace_self(items)
+
+
+def mend_theme(app, exception):
+    """Debian's furo looks for one of its style sheets on a web server of Debian's, and has lost the dark
+    colours for readers whose system is dark."""
+    if exception or app.builder.name != "html":
+        return
+    css = Path(app.outdir) / "_static" / "styles" / "furo.css"
+    text = css.read_text().replace("/javascript/normalize.css/", "../")
+    dark = re.search(r'body\[data-theme="dark"\] (\{.*?\})', text, re.S).group(1)
+    if "prefers-color-scheme" not in text:
+        text += f'@media (prefers-color-scheme: dark) {{ body[data-theme="auto"] {dark} }}\n'
+    css.write_text(text)
 
 
 def finish_man_pages(app, exception):
@@ -148,17 +202,20 @@ def finish_man_pages(app, exception):
         text = re.sub(r"^\.ft C$", ".ft CR", text, flags=re.M)
         text = re.sub(r"^(\.S[HS].*\n)\.sp\n", r"\1", text, flags=re.M)
         page.write_text(text)
-    for domain in "c", "cpp":
+    for domain, own_page in ("c", r"\w+"), ("cpp", r"qvds::(?!core$)\w+"):
         for name, _, kind, page, _, _ in app.env.get_domain(domain).get_objects():
             name = re.sub(r"^@\d+\.", "", name)  # a constant of an enumeration without a name
-            if kind != "macro" and name != "qvds::core" and re.fullmatch(r"\w+" if domain == "c" else r"qvds::\w+", name):
+            if kind != "macro" and re.fullmatch(own_page, name):
                 family = page.removeprefix("reference/")
                 (man / "man3" / f"{name}.3").write_text(f".so man3/qvds-{family}.3\n")
 
 
 def setup(app):
+    app.add_directive("diagram", Diagram)
     app.connect("source-read", read)
     app.connect("doctree-read", split_paragraphs)
-    app.connect("doctree-read", link_functions)
+    app.connect("doctree-read", link_names)
+    app.connect("doctree-read", name_languages)
     app.connect("doctree-resolved", untable)
+    app.connect("build-finished", mend_theme)
     app.connect("build-finished", finish_man_pages)

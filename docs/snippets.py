@@ -1,6 +1,6 @@
-"""usage: snippets.py FOLDER: writes every piece of code that a header's comments or a guide show to a file
-of its own, FOLDER/heap.h/1, /2, and so on. In a header, empty lines and lines of three dots divide what
-stands in one block, so that declarations can be compiled before statements that use them."""
+"""usage: snippets.py FOLDER: writes every piece of code that a header's comments or a guide show to a
+file of its own, FOLDER/heap.h/1, /2, and so on. In a header, empty lines and lines of three dots divide
+what stands in one block, so that declarations can be compiled before statements that use them."""
 
 import re
 import sys
