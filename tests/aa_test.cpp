@@ -101,7 +101,7 @@ const Face short_face{
     .insert = [](AA_node *root, void *node, qvds_compare_fn compare, AA_node **dup) -> AA_node * {
         const auto order = [=](const AA_node *stored) {
             const Callback callback{compare};
-            return qvds::core::aa_turn(callback, record(node), record(stored));
+            return qvds::core::turn_to(callback, record(node), record(stored));
         };
         *dup = qvds::core::aa_insert<2>(root, static_cast<AA_node *>(node), order);
         return *dup == nullptr ? root : nullptr;

@@ -384,7 +384,7 @@ class aa_tree {
     template <class K>
     auto towards(const K &key) const {
         return [this, &key](const AA_node *stored) {
-            return core::aa_turn(compare_, key_of(key), key_at(stored));
+            return core::turn_to(compare_, key_of(key), key_at(stored));
         };
     }
     // The way to the lower bound, or short of it to the element with the key. Asks once a node.
@@ -394,7 +394,7 @@ class aa_tree {
             if constexpr (tells_only_less<K>)
                 return core::aa_side{!core::is_less(compare_, key_at(stored), key_of(key))};
             else
-                return core::aa_turn(compare_, key_of(key), key_at(stored));
+                return core::turn_to(compare_, key_of(key), key_at(stored));
         };
     }
     // The way to the upper bound.
@@ -410,8 +410,8 @@ class aa_tree {
 
     template <class K>
     static constexpr bool tells_only_less =
-        core::aa_tells_only_less<const Compare, decltype(key_of(std::declval<const K &>())),
-                                 decltype(key_at(nullptr))>;
+        core::tells_only_less<const Compare, decltype(key_of(std::declval<const K &>())),
+                              decltype(key_at(nullptr))>;
 
     int compare_nodes(const AA_node *a, const AA_node *b) const {
         return core::three_way(compare_, key_at(a), key_at(b));

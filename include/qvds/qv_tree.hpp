@@ -582,8 +582,8 @@ class counted_tree {
     // What the core asks about the items of nodes.
     template <class K>
     auto order_of(const K &key) const {
-        return [&](const void *stored) -> int32_t {
-            return core::three_way(compare_, key_of(key), key_at(stored));
+        return [&](const void *stored) {
+            return core::turn_to(compare_, key_of(key), key_at(stored));
         };
     }
     int compare_items(const void *a, const void *b) const {

@@ -7,9 +7,15 @@ using namespace qvds;
 
 namespace {
 
-// How an item compares with that of a node.
+// What the caller's compare callback answers. What is not left then is right by a single test.
+struct answer {
+    int32_t order;
+    bool found() const { return order == 0; }
+    bool left() const { return order <= 0; }
+};
+
 auto order_of(const void *item, qvds_compare_fn compare) {
-    return [=](const void *stored) { return compare(item, stored); };
+    return [=](const void *stored) { return answer{compare(item, stored)}; };
 }
 
 struct dump_format {

@@ -10,9 +10,8 @@
 //     cannot be copied and pointers into the tree must stay good.
 //   - A missing child is no child at level 0: aa_decrease_level passes it over.
 //
-// Every descent is told at each node where to turn, by one callable. What order(node) gives has two
-// members: found() says that the descent ends here, left() if not, that it goes on to the left. Asked
-// in this order, they leave the compiler what it needs to choose a child without a branch.
+// Every descent is told at each node where to turn, by one callable: what order(node) gives is a turn
+// (order.hpp).
 //
 // What a descent does not read but the way back does, it asks for early: in a tree larger than the
 // cache each such node is a miss.
@@ -27,52 +26,12 @@ namespace qvds::core {
 
 static_assert(sizeof(AA_node) == 3 * sizeof(void *), "the payload follows the header directly");
 
-// Such a turn after a comparison of a key with a stored one.
-template <class A, class B>
-struct aa_turn_by_value {
-    A key;
-    B stored;
-    bool found() const { return key == stored; }
-    bool left() const { return key < stored; }
-};
-template <class Ordering>
-struct aa_turn_by_order {
-    Ordering order;
-    bool found() const { return order == 0; }
-    bool left() const { return order < 0; }
-};
-struct aa_turn_by_less {
-    bool below, above;
-    bool found() const { return !below && !above; }
-    bool left() const { return below; }
-};
-// One that never finds.
+// A turn that never finds.
 struct aa_side {
     bool leftwards;
     static constexpr bool found() { return false; }
     bool left() const { return leftwards; }
 };
-
-template <class Compare, class A, class B>
-constexpr bool aa_tells_only_less =
-    std::same_as<std::remove_cvref_t<std::invoke_result_t<Compare &, const A &, const B &>>, bool>;
-
-// Turns to where key belongs. A comparison that only tells less is asked twice. Of scalars in their
-// natural order both questions are put to the machine: what <=> makes of them would be a branch.
-template <class Compare, class A, class B>
-constexpr auto aa_turn(Compare &compare, const A &key, const B &stored) {
-    using verdict = std::remove_cvref_t<decltype(compare(key, stored))>;
-    check_verdict<verdict>();
-    if constexpr (std::same_as<verdict, bool>) {
-        const bool below = compare(key, stored);
-        return aa_turn_by_less{below, !below && compare(stored, key)};
-    } else if constexpr (std::same_as<std::remove_const_t<Compare>, natural_order> &&
-                         std::is_scalar_v<A> && std::is_scalar_v<B>) {
-        return aa_turn_by_value<A, B>{key, stored};
-    } else {
-        return aa_turn_by_order<verdict>{compare(key, stored)};
-    }
-}
 
 // The length of the path that a descent keeps by itself. Heights are not bounded, so each of them
 // also has a way to go on beyond it, which tests reach with a shorter one.
@@ -83,15 +42,6 @@ QVDS_HIDDEN inline constexpr AA_node aa_nil{};
 
 QVDS_HIDDEN inline const AA_node *or_nil(const AA_node *node) {
     return node != nullptr ? node : &aa_nil;
-}
-
-// The child on one side. A branch on it would be mispredicted at every second level of a search, and
-// compilers make one of a conditional expression.
-QVDS_HIDDEN inline AA_node *aa_child(const AA_node *node, bool left) {
-    const auto left_word = __builtin_bit_cast(uintptr_t, node->left);
-    const auto right_word = __builtin_bit_cast(uintptr_t, node->right);
-    const auto mask = -static_cast<uintptr_t>(left);
-    return __builtin_bit_cast(AA_node *, right_word ^ ((left_word ^ right_word) & mask));
 }
 
 // -- The steps that rebalance a place ----------------------------------------------------------
@@ -168,7 +118,7 @@ QVDS_HIDDEN inline AA_node *aa_find(const AA_node *node, Order order) {
         const auto turn = order(node);
         if (turn.found())
             break;
-        node = aa_child(node, turn.left());
+        node = pick(turn.left(), node->left, node->right);
     }
     return const_cast<AA_node *>(node);
 }
@@ -185,7 +135,7 @@ QVDS_HIDDEN inline AA_node *aa_bound(const AA_node *node, Order order) {
         if (turn.found())
             return const_cast<AA_node *>(node);
         beside = turn.left() == left ? node : beside;
-        node = aa_child(node, turn.left());
+        node = pick(turn.left(), node->left, node->right);
     }
     return const_cast<AA_node *>(beside);
 }

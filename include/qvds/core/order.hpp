@@ -3,6 +3,8 @@
 #ifndef QVDS_CORE_ORDER_HPP
 #define QVDS_CORE_ORDER_HPP
 
+#include <qvds/base.h>
+
 #include <compare>
 #include <concepts>
 #include <cstddef>
@@ -88,6 +90,59 @@ constexpr bool is_less(Compare &compare, const A &a, const B &b) {
         return compare(a, b);
     else
         return compare(a, b) < 0;
+}
+
+// Where a descent through a tree goes on from a stored key: found() says that it ends there, left()
+// if not, that it goes on to the left. Asked in this order, they leave the compiler what it needs to
+// choose a child without a branch.
+template <class A, class B>
+struct turn_by_value {
+    A key;
+    B stored;
+    bool found() const { return key == stored; }
+    bool left() const { return key < stored; }
+};
+template <class Ordering>
+struct turn_by_order {
+    Ordering order;
+    bool found() const { return order == 0; }
+    bool left() const { return order < 0; }
+};
+struct turn_by_less {
+    bool below, above;
+    bool found() const { return !below && !above; }
+    bool left() const { return below; }
+};
+
+template <class Compare, class A, class B>
+constexpr bool tells_only_less =
+    std::same_as<std::remove_cvref_t<std::invoke_result_t<Compare &, const A &, const B &>>, bool>;
+
+// Turns to where key belongs. A comparison that only tells less is asked twice. Of scalars in their
+// natural order both questions are put to the machine: what <=> makes of them would be a branch.
+template <class Compare, class A, class B>
+constexpr auto turn_to(Compare &compare, const A &key, const B &stored) {
+    using verdict = std::remove_cvref_t<decltype(compare(key, stored))>;
+    check_verdict<verdict>();
+    if constexpr (std::same_as<verdict, bool>) {
+        const bool below = compare(key, stored);
+        return turn_by_less{below, !below && compare(stored, key)};
+    } else if constexpr (std::same_as<std::remove_const_t<Compare>, natural_order> &&
+                         std::is_scalar_v<A> && std::is_scalar_v<B>) {
+        return turn_by_value<A, B>{key, stored};
+    } else {
+        return turn_by_order<verdict>{compare(key, stored)};
+    }
+}
+
+// The one or the other, without a branch, as compilers would make of a conditional expression: it
+// would be mispredicted at every second level of a search.
+template <class T>
+QVDS_HIDDEN inline T *pick(bool first, T *one, T *other) {
+    const auto one_word = __builtin_bit_cast(uintptr_t, one);
+    const auto other_word = __builtin_bit_cast(uintptr_t, other);
+    const auto mask = -static_cast<uintptr_t>(first);
+    return __builtin_bit_cast(T *, other_word ^ ((one_word ^ other_word) & mask));
 }
 
 // -1, 0 or 1 as a comes before b, with it, or behind it. A comparison that only tells less is asked

@@ -17,17 +17,19 @@
 //   ascending order, and the new one made of what comes (counted_build).
 //
 // On the way down, the next node depends on what compare or a rank says, which no branch predictor
-// can foretell. Where compare has the word, counted_link turns its answer into an address, without
-// a branch. And prefetches bring in both of the possible next steps: in a tree larger than the
-// cache, most of the time is spent waiting for them.
+// can foretell, so none is asked. In a tree that lies in the cache, compare is what a step waits for:
+// by the time it answers, both children and their items have been read, and counted_step picks. In a
+// larger one, that would be to wait for the memory of both: they are only fetched meanwhile, and
+// counted_link turns the answer into an address.
 //
 // Searches are handed a callable, with the key bound, that is asked about the items of nodes:
-// order_of(item) is negative, zero or positive as the key comes before the item, with it or behind;
-// is_before(item) says whether the item comes before the place that is sought.
+// order_of(item) is the turn to take there (order.hpp); is_before(item) says whether the item comes
+// before the place that is sought.
 
 #ifndef QVDS_CORE_QV_TREE_HPP
 #define QVDS_CORE_QV_TREE_HPP
 
+#include <qvds/core/order.hpp>
 #include <qvds/qv_tree.h>
 
 namespace qvds::core {
@@ -48,13 +50,27 @@ QVDS_HIDDEN inline qv_tree *counted_child(const qv_tree *t, bool right) {
     return *counted_link(const_cast<qv_tree *>(t), right);
 }
 
-// Both children are fetched while a comparison is busy with t's item; not so in a small tree, which
-// lies in the cache.
+// The nodes of a tree no larger than this stay in the caches by themselves.
 inline constexpr uint32_t counted_small = 4096;
+
+// A node on the way down, and its item.
+struct counted_stop {
+    qv_tree *node;
+    const void *item;
+};
 
 QVDS_HIDDEN inline void counted_prefetch_below(const qv_tree *t) {
     __builtin_prefetch(t->left);
     __builtin_prefetch(t->right);
+}
+
+// From t to one of its children.
+QVDS_HIDDEN inline counted_stop counted_step(const qv_tree *t, bool right, bool large) {
+    if (large) {
+        qv_tree *const child = counted_child(t, right);
+        return {child, child->item};
+    }
+    return {pick(!right, t->left, t->right), pick(!right, t->left->item, t->right->item)};
 }
 
 // -- Search ----------------------------------------------------------------------------------
@@ -63,14 +79,14 @@ QVDS_HIDDEN inline void counted_prefetch_below(const qv_tree *t) {
 template <class Order>
 QVDS_HIDDEN inline qv_tree *counted_find(const qv_tree *root, Order &&order_of) {
     const bool large = root->count > counted_small;
-    const qv_tree *t = root;
-    while (t != counted_null) {
+    counted_stop at = {const_cast<qv_tree *>(root), root->item};
+    while (at.node != counted_null) {
         if (large)
-            counted_prefetch_below(t);
-        const int32_t order = order_of(t->item);
-        if (order == 0)
-            return const_cast<qv_tree *>(t);
-        t = counted_child(t, order > 0);
+            counted_prefetch_below(at.node);
+        const auto turn = order_of(at.item);
+        if (turn.found())
+            return at.node;
+        at = counted_step(at.node, !turn.left(), large);
     }
     return nullptr;
 }
@@ -88,14 +104,16 @@ QVDS_HIDDEN inline counted_place counted_find_place(const qv_tree *root, Before 
     const qv_tree *next = nullptr;
     uint32_t before = 0;
     const bool large = root->count > counted_small;
-    for (const qv_tree *t = root; t != counted_null;) {
+    counted_stop at = {const_cast<qv_tree *>(root), root->item};
+    while (at.node != counted_null) {
+        const qv_tree *const t = at.node;
         if (large)
             counted_prefetch_below(t);
-        const bool right = is_before(t->item);
+        const bool right = is_before(at.item);
         // What a step to the right leaves behind: t and its left subtree.
         before += (t->left->count + 1) & -static_cast<uint32_t>(right);
         next = right ? next : t;
-        t = counted_child(t, right);
+        at = counted_step(t, right, large);
     }
     return {const_cast<qv_tree *>(next), before};
 }
@@ -134,16 +152,19 @@ QVDS_HIDDEN inline counted_path counted_find_path(qv_tree **root, Order &&order_
     uint32_t depth = 0;
     uint32_t before = 0;
     const bool large = (*root)->count > counted_small;
-    for (qv_tree *t = *link; t != counted_null; t = *link) {
+    counted_stop at = {*root, (*root)->item};
+    while (at.node != counted_null) {
+        qv_tree *const t = at.node;
         if (large)
             counted_prefetch_below(t);
-        const int32_t order = order_of(t->item);
-        if (order == 0)
+        const auto turn = order_of(at.item);
+        if (turn.found())
             break;
-        const bool right = order > 0;
+        const bool right = !turn.left();
         way.last[depth++ % counted_path::window] = t;
         link = counted_link(t, right);
         before += (t->left->count + 1) & -static_cast<uint32_t>(right);
+        at = counted_step(t, right, large);
     }
     way.link = link;
     way.depth = depth;
