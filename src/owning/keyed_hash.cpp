@@ -17,10 +17,23 @@ namespace {
 
 constexpr int32_t default_size = 127;
 
-// The slot of key; negative for an invalid one. The default slot function is inlined here: the test
-// for it is foreseen, and spares every look-up an indirect call.
+// The library's own functions for slots and integer keys are inlined here: the tests for them are
+// foreseen, and spare a look-up its indirect calls.
+
+inline int32_t hash_of(const hashlist *table, const void *key) {
+    return table->hash_func == hash_int ? *static_cast<const int32_t *>(key)
+                                        : table->hash_func(key);
+}
+
+inline bool matches(const hashlist *table, const void *key, const void *stored) {
+    return table->cmp_func == hash_intcmp
+               ? *static_cast<const int32_t *>(key) == *static_cast<const int32_t *>(stored)
+               : table->cmp_func(key, stored) == 0;
+}
+
+// The slot of key; negative for an invalid one.
 inline int32_t find_slot(const hashlist *table, const void *key) {
-    const int32_t hash = table->hash_func(key);
+    const int32_t hash = hash_of(table, key);
     if (table->slot_func == hash_mult_func)
         return mult_slot(hash, table->size);
     const int32_t slot = table->slot_func(hash, table->size, table->lists);
@@ -42,7 +55,7 @@ inline hash_entry *entry_of(const list_link *link) {
 // The first live link from link onward whose entry matches key, or null.
 inline list_link *find_match(const hashlist *table, const void *key, list_link *link) {
     for (link = first_live(link); link != nullptr; link = first_live(link->next))
-        if (table->cmp_func(key, entry_of(link)->key) == 0)
+        if (matches(table, key, entry_of(link)->key))
             return link;
     return nullptr;
 }
