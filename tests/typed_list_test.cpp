@@ -76,6 +76,15 @@ TEST_F(TypedList, WhatIsAddedBehindThePresentElementIsMet) {
     EXPECT_EQ(met, (ints{1, 2, 3, 4, 5}));
 }
 
+TEST_F(TypedList, ALinkMarkedByHandGoesWithTheWalkThatStandsOnIt) {
+    list_link *const link = list_find_link(&two, jobs.c_record());
+    for (const Job &job : jobs.walk())
+        if (&job == &two)
+            link->state |= LIST_STATE_DELETED;
+    EXPECT_EQ(qvds::check(jobs), qvds::sound);
+    EXPECT_EQ(content(), (ints{1, 3, 4}));
+}
+
 TEST_F(TypedList, WalksMayBeNested) {
     for (Job &outer : jobs.walk()) {
         for (Job &inner : jobs.walk())

@@ -114,7 +114,7 @@ class table_walk {
 
         Entry operator*() const noexcept { return Entry(walk_->link_); }
         iterator &operator++() {
-            walk_->go_to(list_next(walk_->link_));
+            walk_->go_to(walk_->link_->next);
             return *this;
         }
         void operator++(int) { ++*this; }
@@ -151,7 +151,7 @@ class table_walk {
             if (link_ != nullptr && matches_(Entry(link_)))
                 return;
             if (link_ != nullptr) {
-                link = list_next(link_);
+                link = link_->next;
                 continue;
             }
             leave_bucket();
