@@ -35,7 +35,13 @@ LIMIT = 10000  # how many elements a printer goes over to count them
 
 # -- Reading memory ------------------------------------------------------------------------------
 
-byte_order = "<"  # of the program; container_of() asks for it
+byte_order = "<"
+
+
+def ask_byte_order():
+    """Of the program, which may not be the one of the last time."""
+    global byte_order
+    byte_order = ">" if "big" in gdb.execute("show endian", to_string=True) else "<"
 
 
 def read(layout, address):
@@ -572,6 +578,19 @@ class KeyedHash(Family):
         return call(self.record["slot_func"], hashed, self.record["size"], self.record["lists"])
 
 
+class NoTable(KeyedHash):
+    """What a typed keyed hash is that was moved from."""
+
+    def items(self):
+        return iter(())
+
+    def describe(self, items, more):
+        return " without a table"
+
+    def check(self, call):
+        return {}
+
+
 class Ring(Family):
     """Messages, the oldest first."""
 
@@ -771,8 +790,8 @@ CLASSES = {
     "qvds::counted_tree": CountedTree,
     "qvds::aa_tree": AATree,
 }
-# What `qvds check` can take a record for.
-READINGS = {"fifo": Fifo, "fifo2": Fifo2, "hash": Hash, "hash2": Hash2}
+# What `qvds check` can take a record of C for.
+READINGS = {Fifo: {"fifo": Fifo, "fifo2": Fifo2}, Hash: {"hash": Hash, "hash2": Hash2}}
 
 
 def template_name(value_type):
@@ -781,8 +800,7 @@ def template_name(value_type):
 
 def container_of(value):
     """The family that a value is of, or None."""
-    global byte_order
-    byte_order = ">" if "big" in gdb.execute("show endian", to_string=True) else "<"
+    ask_byte_order()
     value_type = plain_type(value.type)
     if value_type.code == gdb.TYPE_CODE_PTR:
         name = template_name(value_type.target())
@@ -800,12 +818,13 @@ def typed(value, value_type, name):
     record, found = record_of(value), CLASSES[name]
     title = "qvds::ring" if name == "qvds::basic_ring" else name
     elements = elements_of(value_type, name)
-    if found is KeyedHash:
-        record = record.dereference()  # it owns the pointer that hash_create gives
+    if found is KeyedHash:  # it owns the pointer that hash_create gives
+        found = KeyedHash if number(record) else NoTable
+        record = record.dereference()
     if found is CountedTree and record.type.code == gdb.TYPE_CODE_STRUCT:
         record = record["root"]
     family = found(record, elements, title)
-    if found is KeyedHash:
+    if issubclass(found, KeyedHash):
         family.key_type = value_type.template_argument(0)
     elif found is Heap:
         slot = template_argument(value_type, 2)
@@ -815,8 +834,8 @@ def typed(value, value_type, name):
     elif found is Calendar:
         family.due = number(value["due_"]["next"])
     elif issubclass(found, Hash):
-        family.hash_is_callable = not gdb.types.has_field(value_type, "hash_") or \
-            not value["hash_"].type.strip_typedefs().fields()
+        hasher = plain_type(value["hash_"].type)
+        family.hash_is_callable = hasher.code == gdb.TYPE_CODE_STRUCT and not hasher.fields()
     return family
 
 
@@ -923,7 +942,6 @@ def shown_elements():
 class ContainerPrinter:
     def __init__(self, family):
         self.family = family
-
         try:
             self.found = family.survey(max(LIMIT, shown_elements()))
             self.text = family.summary(*self.found)
@@ -962,6 +980,7 @@ class PlacePrinter:
     """A cursor or an iterator: the element that it stands on."""
 
     def __init__(self, value):
+        ask_byte_order()
         self.value = value
         self.names = [field.name for field in value.type.strip_typedefs().fields()]
 
@@ -1076,7 +1095,7 @@ class Request:
         if found is None and plain_type(value.type).code == gdb.TYPE_CODE_PTR:
             found = container_of(value.dereference()) or led_by_link(value)
         if found is None:
-            raise gdb.GdbError(f"{self.expression} is no container of qvds, but a {value.type}")
+            raise gdb.GdbError(f"{self.expression} has type {value.type}, no container of qvds")
         return found
 
     def family_of_elements(self):
@@ -1139,6 +1158,11 @@ root of a tree, the head of an owning list, or any element of a headerless list.
 
     def __init__(self):
         super().__init__("qvds", gdb.COMMAND_DATA, prefix=True)
+
+    def invoke(self, argument, from_tty):
+        if argument:
+            raise gdb.GdbError(f'Undefined qvds command: "{argument}". Try "help qvds".')
+        gdb.execute("help qvds")
 
 
 class ForeachCommand(Command):
@@ -1266,9 +1290,10 @@ What needs the order or the hash of elements is only looked at if the program ma
         request = Request(argument)
         family = request.family()
         if request.reading is not None:
-            if request.reading not in READINGS or type(family) not in READINGS.values():
+            if request.reading not in READINGS.get(type(family), {}):
                 raise gdb.GdbError(f"{family.title} can't be read as {request.reading}")
-            family = READINGS[request.reading](family.record, family.elements, family.title)
+            reading = READINGS[type(family)][request.reading]
+            family = reading(family.record, family.elements, family.title)
         print(family.summary(*family.survey()))
         try:
             notes = family.check(call)

@@ -11,7 +11,7 @@ rm -rf "$work"
 mkdir -p "$work"
 cp -R "$tests/subproject" "$parent"
 mkdir "$parent/qvds"
-for part in CMakeLists.txt cmake examples include src tests; do
+for part in CMakeLists.txt cmake examples gdb include src tests; do
     cp -R "$tests/../$part" "$parent/qvds"
 done
 

@@ -194,11 +194,13 @@ struct text_equal {
     bool operator()(const char *a, const char *b) const { return std::strcmp(a, b) == 0; }
 };
 using job_table = qvds::keyed_hash<const char *, job, text_hash, text_equal>;
-job_table by_name = job_table::make(2);
+job_table moved_from = job_table::make(2), by_name = std::move(moved_from);
 // (gdb) print by_name
 // qvds::keyed_hash with 2 entries in 2 buckets (1 empty, 1 of 2) = {[0x? "third"] = {priority
 //     = 30, node = {next = 0x0, prev = 0x? <jobs+32>}}, [0x? "first"] = {priority = 10, node =
 //     {next = 0x? <jobs+32>, prev = 0x0}}}
+// (gdb) print moved_from
+// qvds::keyed_hash without a table
 // (gdb) qvds check -call by_name
 // qvds::keyed_hash with 2 entries in 2 buckets (1 empty, 1 of 2)
 // keyed_hash.h: I1, I2 and I3 hold

@@ -21,8 +21,9 @@ struct word {
     int count;
 };
 
-struct job jobs[6];
-struct job elsewhere[8];
+struct job jobs[6], elsewhere[6];
+struct job in_cycle[3], lost[3], stale[3], before_freed, in_wrong_bucket[2], late;
+struct word wrong[3] = {{{1, NULL, NULL}, 1}, {{2, NULL, NULL}, 0}, {{1, NULL, NULL}, 2}};
 void *unmapped;
 
 static int32_t by_priority(const void *a, const void *b) {
@@ -324,7 +325,6 @@ static qvds_list queue_of(struct job *first, int count) {
 }
 
 static void make_chains(void) {
-    static struct job in_cycle[3], lost[3], stale[3], before_freed;
     qvds_fifo_init(&none);
     one = queue_of(&elsewhere[0], 1);
     many = queue_of(jobs, 6);
@@ -347,7 +347,6 @@ static void make_chains(void) {
 }
 
 static void make_tables(void) {
-    static struct job in_wrong_bucket[2];
     qvds_hash_init(&table, buckets, hash_job, 8);
     for (int i = 0; i < 6; ++i)
         qvds_hash2_store(&table, &jobs[i].in_table);
@@ -358,7 +357,6 @@ static void make_tables(void) {
 }
 
 static void make_queues(void) {
-    static struct job late;
     qvds_heap_init(&heap, slots, by_priority, NULL, 7);
     qvds_heap_init(&unheaped, other_slots, by_priority, NULL, 7);
     for (int i = 0; i < 6; ++i)
@@ -402,8 +400,6 @@ static void make_trees(void) {
         root = added;
     }
     typed_root = (struct word *)root;
-    static struct word wrong[3] = {
-        {{1, NULL, NULL}, 1}, {{2, NULL, NULL}, 0}, {{1, NULL, NULL}, 2}};
     wrong[1].node.left = &wrong[0].node;
     wrong[1].node.right = &wrong[2].node;
     swapped = &wrong[1].node;
