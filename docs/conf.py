@@ -201,7 +201,8 @@ def finish_man_pages(app, exception):
         text = re.sub(r"^\.TH.*\n", r"\g<0>.ad l\n.nh\n", text, flags=re.M)
         text = re.sub(r"^\.ft C$", ".ft CR", text, flags=re.M)
         text = re.sub(r"^(\.S[HS].*\n)\.sp\n", r"\1", text, flags=re.M)
-        page.write_text(text)
+        page.write_text(text + ".SH SEE ALSO\n.BR qvds (3),\n.BR qvds-walking (7)\n")
+    (man / "man7" / "qvds_walking.7").write_text(".so man7/qvds-walking.7\n")
     for domain, own_page in ("c", r"\w+"), ("cpp", r"qvds::(?!core$)\w+"):
         for name, _, kind, page, _, _ in app.env.get_domain(domain).get_objects():
             name = re.sub(r"^@\d+\.", "", name)  # a constant of an enumeration without a name
