@@ -1,7 +1,7 @@
 // The calendar queue, a table of doubly linked chains. See cq.h for the records and the invariants.
 //
 // The walk of a day knows its bucket from the caller, so that only filing an entry, and deleting one
-// that is the first of its day, divide.
+// that is the first of its day, look for one.
 //
 // Days are short and filled at random: whether an entry has another behind it is as good as a coin
 // tossed, and a branch on it is guessed wrong that often. So no branch asks. Where the successor is
@@ -11,8 +11,10 @@
 //     bucket -> entry -> successor            bucket -> entry -> null
 //                  ^-- prev                               ^-- prev, for as long as it takes
 //
-// Once that is done, a mask and a shift instead of the divisions gain nothing more: the processor
-// divides beside its other work.
+// Where a calendar is larger than the cache, what a walk waits for is its entries. Who walks one day
+// walks the next, so entries of the days ahead are fetched while those of the present one fire. Once
+// that is done, the divisions for a bucket are felt as well: of powers of two, they are a shift and a
+// mask.
 //
 // That walk fires while it stands in the bucket, and so cannot bear that fire deletes the
 // entry behind. What fires all days that have come (cq_collect) first moves what is due, of all
@@ -35,9 +37,32 @@ QVDS_HIDDEN inline qvds_cq_entry *successor_or_self(qvds_cq_entry *entry) {
     return entry->next != nullptr ? entry->next : entry;
 }
 
+// The bucket of the day that a time is in. To test for powers of two costs less than the divisions
+// that it saves.
+QVDS_HIDDEN constexpr uint32_t cq_bucket_at(const qvds_cq *cq, uint32_t time) {
+    const uint32_t width = cq->width;
+    const uint32_t size = cq->size;
+    const uint32_t day = (width & (width - 1)) == 0 ? time >> __builtin_ctz(width) : time / width;
+    return (size & (size - 1)) == 0 ? day & (size - 1) : day % size;
+}
+
 // The slot that an entry with this time is filed under.
 QVDS_HIDDEN inline qvds_cq_entry *&cq_bucket_of(const qvds_cq *cq, uint32_t expires) {
-    return cq->buckets[expires / cq->width % cq->size];
+    return cq->buckets[cq_bucket_at(cq, expires)];
+}
+
+QVDS_HIDDEN constexpr uint32_t cq_bucket_after(const qvds_cq *cq, uint32_t bucket) {
+    return bucket + 1 < cq->size ? bucket + 1 : 0;
+}
+
+// Starts to fetch the first entry of the day after tomorrow, and tomorrow's second, whose first was
+// fetched a day ago. Always inlined: g++ takes a function that only fetches for one without effect,
+// and drops the call.
+[[gnu::always_inline]] QVDS_HIDDEN inline void cq_fetch_ahead(const qvds_cq *cq, uint32_t bucket) {
+    const uint32_t tomorrow = cq_bucket_after(cq, bucket);
+    __builtin_prefetch(cq->buckets[cq_bucket_after(cq, tomorrow)]);
+    if (const qvds_cq_entry *const first = cq->buckets[tomorrow])
+        __builtin_prefetch(first->next);
 }
 
 // Takes entry out. link is the word that names it: its predecessor's, or the slot of its bucket.
@@ -67,9 +92,13 @@ QVDS_HIDDEN inline void cq_delete(qvds_cq *cq, qvds_cq_entry *entry) {
 template <class Fire>
 QVDS_HIDDEN inline void cq_iterate_expired(qvds_cq *cq, uint32_t bucket, uint32_t now,
                                            Fire &&fire) {
-    for (qvds_cq_entry *entry = cq->buckets[bucket], *next; entry != nullptr; entry = next) {
+    qvds_cq_entry *entry = cq->buckets[bucket];
+    if (entry != nullptr)
+        cq_fetch_ahead(cq, bucket);
+    for (qvds_cq_entry *next; entry != nullptr; entry = next) {
         ++cq->scanned;
         next = entry->next;
+        __builtin_prefetch(next);
         if (entry->expires > now)
             continue;
         cq_unlink(cq, entry, entry->prev != nullptr ? entry->prev->next : cq->buckets[bucket]);
@@ -152,11 +181,7 @@ struct cq_day {
 };
 
 QVDS_HIDDEN constexpr cq_day cq_day_of(const qvds_cq *cq, uint32_t time) {
-    return {time / cq->width % cq->size, uint64_t{time} - time % cq->width + cq->width};
-}
-
-QVDS_HIDDEN inline uint32_t cq_bucket_after(const qvds_cq *cq, uint32_t bucket) {
-    return bucket + 1 < cq->size ? bucket + 1 : 0;
+    return {cq_bucket_at(cq, time), uint64_t{time} - time % cq->width + cq->width};
 }
 
 // Moves what is due by now to the end of the chain behind dummy, in order of days, from today's on.
@@ -172,8 +197,7 @@ QVDS_HIDDEN inline void cq_collect(qvds_cq *cq, qvds_cq_entry *dummy, cq_day &to
     const uint32_t first = today.bucket;
     for (uint32_t left = days < cq->size ? days : cq->size - 1; left > 0; --left) {
         today.bucket = cq_bucket_after(cq, today.bucket);
-        // What the next day begins with may be far away in memory.
-        __builtin_prefetch(cq->buckets[cq_bucket_after(cq, today.bucket)]);
+        cq_fetch_ahead(cq, today.bucket);
         last = cq_collect_day(cq, cq->buckets[today.bucket], now, last);
     }
     if (days >= cq->size) { // and a bucket held more than one of the days
