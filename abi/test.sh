@@ -65,7 +65,7 @@ reject() {
 
 rm -rf "$work"
 mkdir -p "$copy"
-for part in CMakeLists.txt CMakePresets.json abi cmake include src; do
+for part in CMakeLists.txt CMakePresets.json abi cmake gdb include src; do
     cp -R "$source/$part" "$copy"
 done
 planted=

@@ -19,6 +19,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
 foreach(folder docs examples)
   file(GLOB readable ${PROJECT_SOURCE_DIR}/${folder}/*.md ${PROJECT_SOURCE_DIR}/${folder}/*.svg
        ${PROJECT_SOURCE_DIR}/${folder}/*.[ch] ${PROJECT_SOURCE_DIR}/${folder}/*.[ch]pp)
+  list(FILTER readable EXCLUDE REGEX "/docs/(index|qvds|examples)\\.md$") # made for the site
   install(FILES ${readable} DESTINATION ${CMAKE_INSTALL_DOCDIR}/${folder} COMPONENT doc)
 endforeach()
 
