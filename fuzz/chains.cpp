@@ -19,6 +19,8 @@ struct item {
 };
 using items = std::vector<item *>;
 
+char stray; // what the links of an element name that is in no chain yet
+
 item *item_at(void *link) {
     return link != nullptr
                ? reinterpret_cast<item *>(static_cast<char *>(link) - offsetof(item, link))
@@ -207,13 +209,13 @@ class driver {
         else
             popped = list.pop();
         require(popped == (model.empty() ? nullptr : model.front()));
-        std::erase(model, popped);
+        expect_out(popped);
     }
     void pop_back() {
         item *const popped =
             in_c ? item_at(qvds_fifo2_pop_tail(&list.c_record())) : list.pop_back();
         require(popped == (model.empty() ? nullptr : model.back()));
-        std::erase(model, popped);
+        expect_out(popped);
     }
     void find() {
         item wanted{some_key()};
@@ -227,7 +229,7 @@ class driver {
         item *const found = in_c ? item_at(Family::extract(&list.c_record(), &wanted.link, by_key))
                                  : list.extract(wanted.key, &item::key);
         require(found == first_with(wanted.key));
-        std::erase(model, found);
+        expect_out(found);
     }
     void unlink() {
         if (model.empty())
@@ -237,7 +239,7 @@ class driver {
             require(qvds_fifo2_extract_existing(&list.c_record(), &elem->link) == &elem->link);
         else
             list.unlink(*elem);
-        std::erase(model, elem);
+        expect_out(elem);
     }
     void remove_if() {
         const int least = some_key();
@@ -283,7 +285,7 @@ class driver {
     item *spare() {
         for (item &elem : pool)
             if (std::ranges::count(model, &elem) + std::ranges::count(other_model, &elem) == 0) {
-                elem.key = some_key();
+                elem = {some_key(), {&stray, &stray}};
                 return &elem;
             }
         return nullptr;
@@ -291,6 +293,16 @@ class driver {
 
     // -- What is required
 
+    // What leaves keeps its links.
+    void expect_out(const item *elem) {
+        const auto spot = std::ranges::find(model, elem);
+        if (spot == model.end())
+            return;
+        require(item_at(elem->link.next) == (spot + 1 != model.end() ? *(spot + 1) : nullptr));
+        if constexpr (Family::has_back_links)
+            require(item_at(elem->link.prev) == (spot != model.begin() ? *(spot - 1) : nullptr));
+        model.erase(spot);
+    }
     item *first_with(int key) const {
         const auto found =
             std::ranges::find(model, key, [](const item *elem) { return elem->key; });
@@ -305,6 +317,9 @@ class driver {
         if constexpr (Family::has_back_links) {
             const items backwards(expected.rbegin(), expected.rend());
             fuzz::require_same(list.rbegin(), list.rend(), backwards);
+        } else {
+            for (const item *elem : expected)
+                require(elem->link.prev == &stray);
         }
     }
 

@@ -18,6 +18,8 @@ struct item {
 };
 using items = std::vector<item *>;
 
+char stray; // what the links of an element name that is in no list yet
+
 item *item_at(void *link) {
     return link != nullptr
                ? reinterpret_cast<item *>(static_cast<char *>(link) - offsetof(item, link))
@@ -206,7 +208,7 @@ class driver {
     item *spare() {
         for (item &elem : pool)
             if (std::ranges::count(model, &elem) + std::ranges::count(other_model, &elem) == 0) {
-                elem.key = some_key();
+                elem = {some_key(), {&stray, &stray}};
                 return &elem;
             }
         return nullptr;
