@@ -1,3 +1,6 @@
+// What the trees do where an allocation fails, and what they allocate and release.
+
+#include <qvds/aa.h>
 #include <qvds/qv_tree.h>
 #include <qvds/qv_tree.hpp>
 
@@ -14,7 +17,33 @@ int32_t compare_addresses(const void *item, const void *stored) {
     return item < stored ? -1 : int32_t{item > stored};
 }
 
+struct Item {
+    int key;
+};
+
 } // namespace
+
+TEST(AaTree, FailedDupLeavesNothingOver) {
+    AA_node leaf{1, nullptr, nullptr};
+    AA_node n[] = {leaf, {2, &n[0], nullptr}, {3, &n[1], &n[3]}, {2, nullptr, &n[4]}, leaf};
+    test::for_each_failing_allocation([&](const test::FailingAlloc &failing) {
+        AA_node *const copy = AA_dup(&n[2], 0);
+        EXPECT_EQ(copy == nullptr, failing.failed());
+        EXPECT_EQ(test::live_blocks(), failing.failed() ? 0U : 5U);
+        AA_free(copy);
+        EXPECT_EQ(test::live_blocks(), 0U);
+    });
+}
+
+TEST(AaTree, OnlyADeleteWithoutOutReleasesTheNode) {
+    const auto match = [](const void *, const void *) -> int32_t { return 0; };
+    void *const node = AA_new(0);
+    AA_node *removed = nullptr;
+    EXPECT_EQ(AA_delete(static_cast<AA_node *>(node), node, match, &removed), nullptr);
+    EXPECT_EQ(test::live_blocks(), 1U);
+    EXPECT_EQ(AA_delete(removed, node, match, nullptr), nullptr);
+    EXPECT_EQ(test::live_blocks(), 0U);
+}
 
 TEST(CountedTree, FailedInsertionIntoAnEmptyTreeGivesNull) {
     int item = 0;
@@ -53,9 +82,7 @@ TEST(CountedTree, OnlyInsertionsThatAddANodeAllocate) {
 }
 
 TEST(TypedCountedTree, FailedInsertionIsAResult) {
-    struct Item {
-        int key;
-    } items[]{{1}, {2}};
+    Item items[]{{1}, {2}};
     test::for_each_failing_allocation([&](const test::FailingAlloc &failing) {
         qvds::counted_tree<&Item::key> tree;
         for (Item &item : items) {
@@ -70,9 +97,7 @@ TEST(TypedCountedTree, FailedInsertionIsAResult) {
 }
 
 TEST(TypedCountedTree, FailedLoadAddsNothing) {
-    struct Item {
-        int key;
-    } items[]{{2}, {3}, {4}}, least{1};
+    Item items[]{{2}, {3}, {4}}, least{1};
     test::for_each_failing_allocation([&](const test::FailingAlloc &failing) {
         qvds::counted_tree<&Item::key> tree;
         if (!tree.insert(least).fresh)
