@@ -81,6 +81,8 @@ struct ChainOf : testing::Test {
     ChainOf() {
         for (Job *job : {&three, &two, &one})
             Family::add(jobs, *job);
+        if constexpr (requires { jobs.move_handle(three); })
+            jobs.move_handle(three); // so that whatever begins at the first must look for it
     }
     ~ChainOf() override { EXPECT_EQ(qvds::check(jobs), qvds::sound); }
 
@@ -290,7 +292,7 @@ TYPED_TEST(TypedSingleLink, ACursorTakesOutAndAddsOnItsWay) {
         else
             at.next();
     EXPECT_EQ(at.get(), nullptr);
-    EXPECT_TRUE(at.cut().empty());
+    EXPECT_EQ(qvds::check(at.cut()), qvds::sound) << "nothing was cut off";
     at.insert(five);
     at.insert(four);
     EXPECT_EQ(at.get(), &four);
@@ -408,8 +410,8 @@ TEST_F(TypedSloppy, AnElementInHandIsEnoughToChangeItsList) {
     list::detach(other_two);
     EXPECT_EQ(priorities(list::around(other_two)), ints{2}) << "its links are null";
     list::split(two);
-    EXPECT_EQ(priorities(jobs), ints{1});
-    EXPECT_EQ(priorities(list::around(three)), (ints{2, 3}));
+    EXPECT_EQ(priorities(list::around(one)), ints{1});
+    EXPECT_EQ(priorities(jobs), (ints{2, 3}));
     list::join(three, one);
     EXPECT_EQ(priorities(jobs), (ints{2, 3, 1}));
 }
