@@ -2,7 +2,7 @@
 // is required that it meets what was there from its beginning to its end, and nothing twice, and
 // nothing that is not there.
 
-#include "../tests/owning_model.hpp"
+#include "../tests/owning_walks.hpp"
 #include "program.hpp"
 
 #include <qvds/check.hpp>
@@ -142,13 +142,16 @@ class driver {
                     break;
             }
             break;
-        case walk_form::iterate:
-            test::iterate(&table.c_record(), [&](void *value, int32_t) -> void * {
-                visit(record, *static_cast<word *>(value));
-                stopped = program.one_in(8);
-                return stopped ? test::stop : nullptr;
-            });
+        case walk_form::iterate: {
+            void *const result =
+                test::iterate(&table.c_record(), [&](void *value, int32_t) -> void * {
+                    visit(record, *static_cast<word *>(value));
+                    stopped = program.one_in(8);
+                    return stopped ? test::stop : nullptr;
+                });
+            require(result == (stopped ? test::stop : nullptr));
             break;
+        }
         case walk_form::iterate_del:
         case walk_form::count:
             test::iterate_del(&table.c_record(), [&](void *value, int32_t) {

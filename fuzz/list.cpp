@@ -1,12 +1,13 @@
-// The owning list in walks within walks, beside the model of its tests, in which what is removed
-// stays until the outermost walk has ended.
+// The owning list in walks within walks, beside a model in which what is removed stays until the
+// outermost walk has ended.
 
-#include "../tests/owning_model.hpp"
+#include "../tests/owning_walks.hpp"
 #include "program.hpp"
 
 #include <qvds/check.hpp>
 
 #include <algorithm>
+#include <list>
 #include <memory>
 #include <vector>
 
@@ -22,7 +23,66 @@ struct stored {
     item *elem;
     list_link *link;
 };
-using list_model = test::ListModel<stored>;
+
+// An owning list in the plainest terms: what is removed during a walk stays in its place, deleted,
+// until the outermost walk has ended.
+class list_model {
+  public:
+    struct Entry {
+        stored value;
+        bool deleted = false;
+    };
+    using Place = std::list<Entry>::iterator;
+
+    std::list<Entry> entries;
+    int walks = 0; // in progress
+
+    // The place of the first live entry that satisfies the predicate, or the end.
+    template <class Predicate>
+    Place find_live(Predicate predicate) {
+        Place place = entries.begin();
+        while (place != entries.end() && (place->deleted || !predicate(place->value)))
+            ++place;
+        return place;
+    }
+    Place first_live() {
+        return find_live([](const stored &) { return true; });
+    }
+
+    void remove(Place place) {
+        place->deleted = true;
+        drop_deleted();
+    }
+
+    // What a walk of the library's must visit, one call of advance after the other.
+    class Walk {
+      public:
+        explicit Walk(list_model &list) : list_(&list) { ++list.walks; }
+        // Goes to the next live entry; false at the end.
+        bool advance() {
+            do {
+                place = index < 0 ? list_->entries.begin() : std::next(place);
+                ++index;
+            } while (place != list_->entries.end() && place->deleted);
+            return place != list_->entries.end();
+        }
+        void end() {
+            --list_->walks;
+            list_->drop_deleted();
+        }
+
+        Place place{};
+        int index = -1; // of the place; deleted entries count
+      private:
+        list_model *list_;
+    };
+
+  private:
+    void drop_deleted() {
+        if (walks == 0)
+            entries.remove_if([](const Entry &entry) { return entry.deleted; });
+    }
+};
 
 item *as_item(const void *hook) {
     return static_cast<item *>(const_cast<void *>(hook));
@@ -221,18 +281,22 @@ class driver {
                     break;
             }
             break;
-        case walk_form::iterate:
-            test::iterate(&list.c_record(), [&](const void *hook, int32_t index) -> void * {
-                visit(hook);
-                require(index == expected.index);
-                stopped = program.one_in(8);
-                return stopped ? test::stop : nullptr;
-            });
+        case walk_form::iterate: {
+            result =
+                test::iterate(&list.c_record(), [&](const void *hook, int32_t index) -> void * {
+                    visit(hook);
+                    require(index == expected.index);
+                    stopped = program.one_in(8);
+                    return stopped ? test::stop : nullptr;
+                });
+            require(result == (stopped ? test::stop : nullptr));
             break;
+        }
         case walk_form::iterate_del:
         case walk_form::count:
-            test::iterate_del(&list.c_record(), [&](const void *hook, int32_t) {
+            test::iterate_del(&list.c_record(), [&](const void *hook, int32_t index) {
                 visit(hook);
+                require(index == expected.index);
                 if (expected.place->deleted || !program.one_in(3))
                     return 0;
                 model.remove(expected.place);

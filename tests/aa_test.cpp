@@ -152,7 +152,7 @@ AA_node *erase_by_c(AA_node *root, const Record &key, AA_node *&taken) {
 }
 auto turn_to(int key) {
     return [key](const AA_node *stored) {
-        return qvds::core::aa_turn_by_value<int, int>{key, key_of(stored)};
+        return qvds::core::turn_by_value<int, int>{key, key_of(stored)};
     };
 }
 AA_node *insert_by_core(AA_node *root, Record &fresh) {

@@ -1,7 +1,10 @@
+// The keyed hash in C: slots and statuses, the order of a bucket, what a walk meets.
+// fuzz/keyed_hash.cpp runs all operations beside a model, in walks within walks.
+
 #include <qvds/keyed_hash.h>
 
 #include "fault.hpp"
-#include "owning_model.hpp"
+#include "owning_walks.hpp"
 #include "support.hpp"
 
 #include <cerrno>
@@ -13,7 +16,6 @@ using qvds::fault;
 using qvds::sound;
 using qvds::core::check_keyed_hash;
 using test::iterate;
-using test::iterate_del;
 
 // Keys, values and metadata in these tests are what they show as.
 int32_t number[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14,
@@ -82,16 +84,6 @@ TEST_F(KeyedHash, AddReturnsTheSlotAndPutsTheNewestFirst) {
     EXPECT_EQ(hash_length(table), 4);
 }
 
-TEST_F(KeyedHash, FindGivesTheValueOfTheNewestMatch) {
-    add(1, 7);
-    add(11, 2);
-    add(1, 3);
-    EXPECT_EQ(hash_find_element(table, &number[1]), &number[3]);
-    EXPECT_EQ(hash_find_element(table, &number[11]), &number[2]);
-    EXPECT_EQ(hash_find_element(table, &number[21]), nullptr);
-    EXPECT_EQ(hash_find_element(table, &number[5]), nullptr);
-}
-
 TEST_F(KeyedHash, CompareIsGivenTheSoughtKeyAndThenTheStored) {
     table->slot_func = [](int32_t, int32_t, list_link *const *) { return 4; };
     table->cmp_func = [](const void *sought, const void *stored) { // its first multiple
@@ -105,30 +97,6 @@ TEST_F(KeyedHash, CompareIsGivenTheSoughtKeyAndThenTheStored) {
     EXPECT_EQ(hash_get_metadata(table, &number[4]), nullptr);
     hash_del_element(table, &number[3]);
     EXPECT_EQ(show(4), "4=4 ");
-}
-
-TEST_F(KeyedHash, MetadataIsNullUntilSetInEveryMatch) {
-    add(1, 7);
-    add(11, 2);
-    add(1, 3);
-    EXPECT_EQ(hash_get_metadata(table, &number[1]), nullptr);
-    hash_set_metadata(table, &number[1], &number[5]);
-    EXPECT_EQ(hash_get_metadata(table, &number[1]), &number[5]);
-    EXPECT_EQ(hash_get_metadata(table, &number[11]), nullptr);
-    EXPECT_EQ(hash_get_metadata(table, &number[21]), nullptr);
-    const auto *const oldest = static_cast<hash_entry *>(table->lists[1]->next->next->hook);
-    EXPECT_EQ(oldest->metadata, &number[5]);
-    EXPECT_EQ(show(1), "1=3 11=2 1=7 ");
-}
-
-TEST_F(KeyedHash, DelElementRemovesEveryMatch) {
-    for (const int key : {1, 11, 1, 21, 1})
-        add(key, key);
-    EXPECT_EQ(hash_del_element(table, &number[1]), 0);
-    EXPECT_EQ(show(1), "21=21 11=11 ");
-    EXPECT_EQ(hash_del_element(table, &number[1]), 0);
-    EXPECT_EQ(hash_del_element(table, &number[5]), 0);
-    EXPECT_EQ(hash_length(table), 2);
 }
 
 TEST_F(KeyedHash, OnlySlotsInTheTableAreValidAndOnlyAddSetsErrno) {
@@ -159,30 +127,18 @@ TEST_F(KeyedHash, DoubleFuncPutsEqualKeysInDifferentBuckets) {
 
 // -- walks ---------------------------------------------------------------------------------------
 
-TEST_F(KeyedHash, IterateTakesBucketsInOrderAndCountsInEach) {
+TEST_F(KeyedHash, IterateTakesBucketsInOrderUpToTheFirstResultAndCountsInEach) {
     for (const int key : {28, 1, 11, 2, 21})
         add(key, key);
     std::string visited;
     const auto visit = [](void *value, int32_t index, void *ctx) -> void * {
         *static_cast<std::string *>(ctx) +=
             std::to_string(index) + ":" + std::to_string(*static_cast<int32_t *>(value)) + " ";
-        return nullptr;
-    };
-    EXPECT_EQ(hash_iterate(table, visit, &visited), nullptr);
-    EXPECT_EQ(visited, "0:21 1:11 2:1 0:2 0:28 ");
-    EXPECT_EQ(hash_iterate(table, nullptr, nullptr), nullptr);
-}
-
-TEST_F(KeyedHash, IterateEndsWithTheFirstResultAndReturnsAllOfIt) {
-    for (const int key : {1, 2, 3})
-        add(key, key);
-    int visits = 0;
-    void *const result = iterate(table, [&](void *value, int32_t) {
-        ++visits;
         return value == &number[2] ? test::stop : nullptr;
-    });
-    EXPECT_EQ(result, test::stop);
-    EXPECT_EQ(visits, 2);
+    };
+    EXPECT_EQ(hash_iterate(table, visit, &visited), test::stop);
+    EXPECT_EQ(visited, "0:21 1:11 2:1 0:2 ");
+    EXPECT_EQ(hash_iterate(table, nullptr, nullptr), nullptr);
 }
 
 TEST_F(KeyedHash, IterateDelRemovesWhereTheResultIsNotZero) {
@@ -201,22 +157,6 @@ TEST_F(KeyedHash, IterateDelRemovesWhereTheResultIsNotZero) {
     EXPECT_EQ(show(2), "12=12 ");
     EXPECT_EQ(hash_iterate_del(table, nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(hash_length(table), 2);
-}
-
-TEST_F(KeyedHash, WhatRemovesItselfIsGoneAtOnceForEveryOperation) {
-    for (const int key : {1, 11, 21})
-        add(key, key);
-    int left = 3;
-    iterate(table, [&](void *value, int32_t) -> void * {
-        hash_del_element(table, value);
-        EXPECT_EQ(hash_length(table), --left);
-        EXPECT_EQ(hash_find_element(table, value), nullptr);
-        EXPECT_EQ(hash_get_metadata(table, value), nullptr);
-        hash_set_metadata(table, value, value);
-        return nullptr;
-    });
-    EXPECT_EQ(left, 0);
-    EXPECT_EQ(table->lists[1], nullptr);
 }
 
 TEST_F(KeyedHash, OnlyWhatIsAddedToALaterBucketIsVisited) {
@@ -252,29 +192,6 @@ TEST_F(KeyedHash, NullForATableIsNeutral) {
 
 // -- size ----------------------------------------------------------------------------------------
 
-TEST_F(KeyedHash, HoldsSeventyThousandInAsManyBuckets) {
-    std::vector<int32_t> keys(70000);
-    const auto count = static_cast<int32_t>(keys.size());
-    hashlist *const large = hash_create(count, hash_int, same_number, hash_intcmp);
-    for (int32_t i = 0; i < count; ++i) {
-        auto &key = keys[static_cast<size_t>(i)] = i;
-        ASSERT_EQ(hash_add(large, &key, &key), i);
-    }
-    EXPECT_EQ(hash_length(large), count);
-    EXPECT_EQ(hash_find_element(large, &keys.back()), &keys.back());
-    EXPECT_EQ(hash_del_element(large, &keys.back()), 0);
-    EXPECT_EQ(check_keyed_hash(*large), sound);
-    int32_t visited = 0;
-    iterate(large, [&](void *value, int32_t) -> void * {
-        EXPECT_EQ(value, &keys[static_cast<size_t>(visited++)]);
-        return nullptr;
-    });
-    EXPECT_EQ(visited, count - 1);
-    iterate_del(large, [](void *, int32_t) { return 1; });
-    EXPECT_EQ(hash_length(large), 0);
-    hash_del(large);
-}
-
 TEST_F(KeyedHash, HoldsSeventyThousandInOneBucket) {
     add(1, 1);
     for (int i = 0; i < 35000; ++i) {
@@ -289,165 +206,6 @@ TEST_F(KeyedHash, HoldsSeventyThousandInOneBucket) {
         ASSERT_EQ(static_cast<const hash_entry *>(link->hook)->metadata, table);
     EXPECT_EQ(hash_del_element(table, &number[11]), 0);
     EXPECT_EQ(show(1), "1=1 ");
-}
-
-// -- everything at once --------------------------------------------------------------------------
-
-// Random steps on a table of three buckets and on its model, in the callbacks of walks as well.
-class Program {
-  public:
-    explicit Program(test::Random &random) : random_(random) {}
-    ~Program() { hash_del(table_); }
-
-    void run() { take_steps(200); }
-
-  private:
-    struct Stored {
-        const void *key, *value, *metadata;
-        bool operator==(const Stored &) const = default;
-    };
-    using Bucket = test::ListModel<Stored>;
-
-    // The library's walk over all buckets.
-    struct TableWalk {
-        explicit TableWalk(Bucket *buckets) : bucket(buckets), end(buckets + 3), walk(*buckets) {}
-        bool advance() {
-            while (!walk.advance()) {
-                walk.end();
-                if (++bucket == end)
-                    return false;
-                walk = Bucket::Walk(*bucket);
-            }
-            return true;
-        }
-        Bucket *bucket, *end;
-        Bucket::Walk walk;
-    };
-
-    void take_steps(size_t count) {
-        constexpr void (Program::*steps[])() = {
-            &Program::find,           &Program::set_metadata,    &Program::del_element,
-            &Program::walk_to_a_stop, &Program::walk_and_remove,
-        };
-        for (; count != 0 && !testing::Test::HasFailure(); --count) {
-            key_ = &number[random_.below(6)];
-            bucket_ = &buckets_[hash_mult_func(*key_, 3, nullptr)];
-            if (bucket_->entries.size() < 4 && random_.one_in(2))
-                add();
-            else
-                (this->*steps[random_.below(std::size(steps))])();
-            check();
-        }
-    }
-
-    Bucket::Place first_match() {
-        return bucket_->find_live([this](const Stored &stored) { return stored.key == key_; });
-    }
-    void *next_word() { return reinterpret_cast<void *>(++words_); }
-
-    void add() {
-        void *const value = random_.one_in(8) ? nullptr : next_word();
-        EXPECT_EQ(hash_add(table_, key_, value), bucket_ - buckets_);
-        bucket_->entries.push_front({{key_, value, nullptr}});
-    }
-
-    void find() {
-        const auto first = first_match();
-        const bool found = first != bucket_->entries.end();
-        EXPECT_EQ(hash_find_element(table_, key_), found ? first->value.value : nullptr);
-        EXPECT_EQ(hash_get_metadata(table_, key_), found ? first->value.metadata : nullptr);
-    }
-
-    void set_metadata() {
-        void *const metadata = next_word();
-        hash_set_metadata(table_, key_, metadata);
-        for (auto &entry : bucket_->entries)
-            if (!entry.deleted && entry.value.key == key_)
-                entry.value.metadata = metadata;
-    }
-
-    void del_element() {
-        EXPECT_EQ(hash_del_element(table_, key_), 0);
-        for (auto match = first_match(); match != bucket_->entries.end(); match = first_match())
-            bucket_->remove(match);
-    }
-
-    void walk_to_a_stop() {
-        if (++depth_ <= 3) {
-            TableWalk walk(buckets_);
-            void *wanted = nullptr;
-            void *const result = iterate(table_, [&](const void *value, int32_t index) {
-                visit(walk, value, index);
-                wanted = random_.one_in(8) ? test::stop : nullptr;
-                return wanted;
-            });
-            EXPECT_EQ(result, wanted);
-            if (result != nullptr)
-                walk.walk.end();
-            else
-                EXPECT_FALSE(walk.advance()) << "something was not visited";
-        }
-        --depth_;
-    }
-
-    void walk_and_remove() {
-        if (++depth_ <= 3) {
-            TableWalk walk(buckets_);
-            const int result = iterate_del(table_, [&](const void *value, int32_t index) {
-                visit(walk, value, index);
-                if (walk.walk.place->deleted || !random_.one_in(4))
-                    return 0;
-                walk.bucket->remove(walk.walk.place);
-                return INT32_MIN;
-            });
-            EXPECT_EQ(result, 0);
-            EXPECT_FALSE(walk.advance()) << "something was not visited";
-        }
-        --depth_;
-    }
-
-    void visit(TableWalk &walk, const void *value, int32_t index) {
-        ASSERT_TRUE(!testing::Test::HasFailure() && walk.advance()) << "visited past the end";
-        EXPECT_EQ(value, walk.walk.place->value.value);
-        EXPECT_EQ(index, walk.walk.index);
-        take_steps(random_.below(3));
-    }
-
-    void check() const {
-        const int walks[] = {buckets_[0].walks, buckets_[1].walks, buckets_[2].walks};
-        ASSERT_EQ(check_keyed_hash(*table_, walks), sound);
-        int32_t length = 0;
-        for (int slot = 0; slot < 3; ++slot) {
-            const list_link *link = table_->lists[slot];
-            for (const auto &entry : buckets_[slot].entries) {
-                ASSERT_NE(link, nullptr);
-                ASSERT_EQ(link->state, entry.deleted ? LIST_STATE_DELETED : 0);
-                if (!entry.deleted) {
-                    const hash_entry stored = *static_cast<const hash_entry *>(link->hook);
-                    EXPECT_EQ((Stored{stored.key, stored.value, stored.metadata}), entry.value);
-                    ++length;
-                }
-                link = link->next;
-            }
-            ASSERT_EQ(link, nullptr);
-        }
-        EXPECT_EQ(hash_length(table_), length);
-    }
-
-    test::Random &random_;
-    hashlist *table_ = hash_create(3, hash_int, nullptr, hash_intcmp);
-    Bucket buckets_[3];
-    int32_t *key_ = nullptr; // of this step
-    Bucket *bucket_ = nullptr;
-    int depth_ = 0;
-    uintptr_t words_ = 0; // given out so far, no two alike
-};
-
-TEST_F(KeyedHash, FollowsTheModelThroughNestedWalks) {
-    test::for_each_seed([](test::Random &random) {
-        for (int run = 0; run < 10; ++run)
-            Program(random).run();
-    });
 }
 
 // -- the check itself ----------------------------------------------------------------------------

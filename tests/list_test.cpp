@@ -1,12 +1,15 @@
+// The owning list in C: verdicts, what waits for the end of a walk, links that the program marks
+// itself, lists that begin in mid-list. fuzz/list.cpp runs all operations beside a model, in walks
+// within walks.
+
 #include <qvds/key_functions.h>
 #include <qvds/list.h>
 
 #include "fault.hpp"
-#include "owning_model.hpp"
+#include "owning_walks.hpp"
 #include "support.hpp"
 
 #include <cstdlib>
-#include <deque>
 #include <numeric>
 #include <string>
 
@@ -100,26 +103,16 @@ class List : public testing::Test {
 
 // -- adding --------------------------------------------------------------------------------------
 
-TEST_F(List, PushAddsBeforeTheLinkInThePlace) {
-    list_link *const three = list_push(&element[3], &head);
-    EXPECT_EQ(head, three);
-    list_link *const one = list_push(&element[1], &head);
-    EXPECT_EQ(head, one);
-    list_link *place = three;
+TEST_F(List, AnyLinkMayBeThePlaceOfAnAddition) {
+    append(1, 1);
+    append(3, 3);
+    list_link *place = link_at(head, 1);
     list_link *const two = list_push(&element[2], &place);
     EXPECT_EQ(place, two);
-    EXPECT_EQ(show(head), "1 2 3 ");
-}
-
-TEST_F(List, AppendAddsBehindTheLast) {
-    list_link *const one = list_append(&element[1], &head);
-    EXPECT_EQ(head, one);
-    list_link *const two = list_append(&element[2], &head);
-    list_link *place = two;
-    list_link *const three = list_append(&element[3], &place);
+    list_link *const four = list_append(&element[4], &place);
     EXPECT_EQ(place, two);
-    EXPECT_EQ(two->next, three);
-    EXPECT_EQ(show(head), "1 2 3 ");
+    EXPECT_EQ(link_at(head, 3), four);
+    EXPECT_EQ(show(head), "1 2 3 4 ");
 }
 
 TEST_F(List, InsertFollowsTheVerdict) {
@@ -148,33 +141,14 @@ TEST_F(List, InsertWithTwoForLargerKeepsAscendingOrder) {
 
 // -- removing ------------------------------------------------------------------------------------
 
-TEST_F(List, PopTakesTheFirst) {
-    append(1, 2);
-    EXPECT_EQ(list_pop(&head), &element[1]);
-    EXPECT_EQ(show(head), "2 ");
-    EXPECT_EQ(list_pop(&head), &element[2]);
-    EXPECT_EQ(head, nullptr);
-    EXPECT_EQ(list_pop(&head), nullptr);
-}
-
-TEST_F(List, DelTakesTheFirstMatch) {
-    append(4, 9);
-    EXPECT_EQ(list_del(&element[3], &head, is_multiple), &element[6]);
-    EXPECT_EQ(list_del(&element[3], &head, is_multiple), &element[9]);
-    EXPECT_EQ(list_del(&element[3], &head, is_multiple), nullptr);
-    EXPECT_EQ(show(head), "4 5 7 8 ");
-}
-
-TEST_F(List, DelLinkTakesTheFirstThatHoldsTheHook) {
+TEST_F(List, DelTakesTheFirstMatchAndDelLinkTheFirstThatHoldsTheHook) {
     EXPECT_EQ(list_del_link(&element[1], &head), -1);
-    append(1, 3);
-    append(2, 2);
-    EXPECT_EQ(list_del_link(&element[2], &head), 1);
-    EXPECT_EQ(show(head), "1 3 2 ");
-    EXPECT_EQ(list_del_link(&element[4], &head), 0);
-    EXPECT_EQ(list_del_link(&element[2], &head), 1);
-    EXPECT_EQ(list_del_link(&element[1], &head), 1);
-    EXPECT_EQ(show(head), "3 ");
+    append(4, 9);
+    append(4, 4);
+    EXPECT_EQ(list_del(&element[3], &head, is_multiple), &element[6]);
+    EXPECT_EQ(list_del_link(&element[4], &head), 1);
+    EXPECT_EQ(list_del_link(&element[6], &head), 0);
+    EXPECT_EQ(show(head), "5 7 8 9 4 ");
 }
 
 TEST_F(List, EveryRemovalIsDeferredDuringAWalk) {
@@ -195,28 +169,6 @@ TEST_F(List, EveryRemovalIsDeferredDuringAWalk) {
 
 // -- walks ---------------------------------------------------------------------------------------
 
-TEST_F(List, IterateVisitsInOrderAndHandsOnTheContext) {
-    append(1, 3);
-    std::string visited;
-    const auto visit = [](void *hook, int32_t index, void *ctx) -> void * {
-        *static_cast<std::string *>(ctx) += std::to_string(index) + ":" + show(hook, false);
-        return nullptr;
-    };
-    EXPECT_EQ(list_iterate(&head, visit, &visited), nullptr);
-    EXPECT_EQ(visited, "0:1 1:2 2:3 ");
-}
-
-TEST_F(List, IterateEndsWithTheFirstResultAndReturnsAllOfIt) {
-    append(1, 3);
-    int visits = 0;
-    void *const result = iterate(&head, [&](void *hook, int32_t) {
-        ++visits;
-        return hook == &element[2] ? test::stop : nullptr;
-    });
-    EXPECT_EQ(result, test::stop);
-    EXPECT_EQ(visits, 2);
-}
-
 TEST_F(List, IterateDelRemovesWhereTheResultIsNotZero) {
     append(1, 5);
     static const void *contexts[2];
@@ -230,59 +182,6 @@ TEST_F(List, IterateDelRemovesWhereTheResultIsNotZero) {
     EXPECT_EQ(contexts[0], &head);
     EXPECT_EQ(contexts[1], &element);
     EXPECT_EQ(show(head), "2 4 ");
-}
-
-TEST_F(List, WhatIsRemovedDuringAWalkIsNotVisitedAnyMore) {
-    struct {
-        int at, removed;
-        const char *visited;
-    } const cases[] = {
-        {1, 1, "0:1 1:2 2:3 "}, {1, 2, "0:1 2:3 "},     {1, 3, "0:1 1:2 "},
-        {2, 1, "0:1 1:2 2:3 "}, {2, 2, "0:1 1:2 2:3 "}, {2, 3, "0:1 1:2 "},
-        {3, 1, "0:1 1:2 2:3 "}, {3, 2, "0:1 1:2 2:3 "}, {3, 3, "0:1 1:2 2:3 "},
-    };
-    for (const auto &[at, removed, expected] : cases) {
-        append(1, 3);
-        const auto remove = [&, at = at, removed = removed](const void *hook) {
-            if (hook == &element[at]) {
-                EXPECT_EQ(list_del_link(&element[removed], &head), 1);
-                EXPECT_EQ(list_length(head), 2);
-            }
-            return nullptr;
-        };
-        EXPECT_EQ(visited(&head, remove), expected);
-        EXPECT_EQ(list_length(head), 2);
-        check_and_empty();
-    }
-}
-
-TEST_F(List, WhatIsAddedBehindIsVisitedAndWhatIsAddedInFrontIsNot) {
-    append(1, 1);
-    const auto add = [&](const void *hook) {
-        if (hook == &element[1]) {
-            list_push(&element[0], &head);
-            list_append(&element[2], &head);
-        }
-        return nullptr;
-    };
-    EXPECT_EQ(visited(&head, add), "0:1 1:2 ");
-    EXPECT_EQ(show(head), "0 1 2 ");
-    list_pop(&head);
-    EXPECT_EQ(show(head), "1 2 ") << "removals are no longer deferred";
-}
-
-TEST_F(List, OnlyTheEndOfTheOutermostWalkUnlinks) {
-    append(1, 3);
-    list_iter_set(head);
-    iterate_del(&head, [](void *hook, int32_t) { return hook == &element[1] ? 1 : 0; });
-    EXPECT_EQ(show(head), "(1) 2 3 ");
-    list_iter_set(head);
-    list_pop(&head);
-    list_iter_clear(&head);
-    EXPECT_EQ(show(head), "(1) (2) 3 ");
-    EXPECT_EQ(check_list(head, 1), sound);
-    list_iter_clear(&head);
-    EXPECT_EQ(show(head), "3 ");
 }
 
 TEST_F(List, SixtyFiveThousandWalksMayBeNested) {
@@ -308,15 +207,6 @@ TEST_F(List, NullHooksCountButAreNotVisited) {
 }
 
 // -- links that the program marks itself ---------------------------------------------------------
-
-TEST_F(List, LinksMarkedDuringAWalkByHandGoWithIt) {
-    append(1, 4);
-    list_iter_set(head);
-    for (const size_t marked : {0U, 1U, 3U})
-        mark(link_at(head, marked));
-    list_iter_clear(&head);
-    EXPECT_EQ(show(head), "3 ");
-}
 
 TEST_F(List, LinksMarkedBeforeAWalkAreNotVisitedAndGoWithIt) {
     append(1, 3);
@@ -422,84 +312,48 @@ TEST_F(List, WhatIsTakenFromASublistMovesItsVariableOn) {
 
 // -- reading -------------------------------------------------------------------------------------
 
-// On "(1) 2 (3) 4 (5)", from each of its links.
-class ListWithDeletedLinks : public List {
-  protected:
-    void SetUp() override {
-        append(1, 5);
-        list_iter_set(head);
-        for (const int removed : {1, 3, 5})
-            list_del_link(&element[removed], &head);
-        for (size_t i = 0; i < 5; ++i)
-            link[i] = link_at(head, i);
+TEST_F(List, ReadersPassOverDeletedLinksFromWhicheverLink) {
+    append(1, 5);
+    list_iter_set(head);
+    for (const int removed : {1, 3, 5})
+        list_del_link(&element[removed], &head);
+    ASSERT_EQ(show(head), "(1) 2 (3) 4 (5) ");
+    const struct {
+        size_t from, next; // 5 for none
+        const void *peeked, *even;
+        int length;
+    } cases[] = {
+        {0, 1, &element[2], &element[2], 2}, {1, 3, &element[2], &element[2], 2},
+        {2, 3, &element[4], &element[4], 1}, {3, 5, &element[4], &element[4], 1},
+        {4, 5, nullptr, nullptr, 0},         {5, 5, nullptr, nullptr, 0},
+    };
+    for (const auto &[from, next, peeked, even, length] : cases) {
+        list_link *const link = link_at(head, from);
+        EXPECT_EQ(list_next(link), link_at(head, next)) << from;
+        EXPECT_EQ(list_peek(link), peeked) << from;
+        EXPECT_EQ(list_find_element(&element[2], link, is_multiple), even) << from;
+        EXPECT_EQ(list_find_link(&element[4], link), length > 0 ? link_at(head, 3) : nullptr);
+        EXPECT_EQ(list_find_link(&element[3], link), nullptr) << from;
+        EXPECT_EQ(list_length(link), length) << from;
     }
-    void TearDown() override {
-        list_iter_clear(&head);
-        List::TearDown();
-    }
-    list_link *link[5]{};
-};
-
-TEST_F(ListWithDeletedLinks, NextGivesTheNextLiveLink) {
-    EXPECT_EQ(list_next(link[0]), link[1]);
-    EXPECT_EQ(list_next(link[1]), link[3]);
-    EXPECT_EQ(list_next(link[2]), link[3]);
-    EXPECT_EQ(list_next(link[3]), nullptr);
-    EXPECT_EQ(list_next(link[4]), nullptr);
-    EXPECT_EQ(list_next(nullptr), nullptr);
+    list_iter_clear(&head);
 }
 
-TEST_F(ListWithDeletedLinks, PeekGivesTheFirstLiveHook) {
-    EXPECT_EQ(list_peek(link[0]), &element[2]);
-    EXPECT_EQ(list_peek(link[1]), &element[2]);
-    EXPECT_EQ(list_peek(link[2]), &element[4]);
-    EXPECT_EQ(list_peek(link[4]), nullptr);
-    EXPECT_EQ(list_peek(nullptr), nullptr);
-}
-
-TEST_F(ListWithDeletedLinks, FindElementGivesTheFirstLiveMatch) {
-    EXPECT_EQ(list_find_element(&element[1], head, is_multiple), &element[2]);
-    EXPECT_EQ(list_find_element(&element[2], link[2], is_multiple), &element[4]);
-    EXPECT_EQ(list_find_element(&element[4], head, is_multiple), &element[4]);
-    EXPECT_EQ(list_find_element(&element[3], head, is_multiple), nullptr);
-    EXPECT_EQ(list_find_element(&element[1], nullptr, is_multiple), nullptr);
-}
-
-TEST_F(ListWithDeletedLinks, FindLinkGivesTheFirstLiveLinkOfTheHook) {
-    append(2, 2);
-    EXPECT_EQ(list_find_link(&element[2], head), link[1]);
-    EXPECT_EQ(list_find_link(&element[2], link[1]), link[1]);
-    EXPECT_EQ(list_find_link(&element[2], link[2]), link[4]->next);
-    EXPECT_EQ(list_find_link(&element[3], head), nullptr);
-    EXPECT_EQ(list_find_link(&element[2], nullptr), nullptr);
-}
-
-TEST_F(ListWithDeletedLinks, LengthCountsLiveLinks) {
-    EXPECT_EQ(list_length(link[0]), 2);
-    EXPECT_EQ(list_length(link[2]), 1);
-    EXPECT_EQ(list_length(link[4]), 0);
-    EXPECT_EQ(list_length(nullptr), 0);
-}
-
-TEST_F(ListWithDeletedLinks, ToTableCopiesLiveHooksUpToANull) {
+TEST_F(List, ToTableCopiesHooksUpToANull) {
+    append(1, 2);
+    list_append(nullptr, &head);
+    append(3, 3);
     int count = -1;
-    void **table = list_2_table(head, &count);
+    for (int *const wanted : {&count, static_cast<int *>(nullptr)}) {
+        void **const table = list_2_table(head, wanted);
+        EXPECT_EQ(table[1], &element[2]);
+        EXPECT_EQ(table[2], nullptr);
+        std::free(table);
+    }
     EXPECT_EQ(count, 2);
-    EXPECT_EQ(table[0], &element[2]);
-    EXPECT_EQ(table[1], &element[4]);
-    EXPECT_EQ(table[2], nullptr);
-    std::free(table);
-
-    list_link *place = link[3];
-    list_push(nullptr, &place);
-    table = list_2_table(head, &count);
-    EXPECT_EQ(count, 1);
-    EXPECT_EQ(table[1], nullptr);
-    std::free(table);
-
-    table = list_2_table(nullptr, nullptr);
-    EXPECT_EQ(table[0], nullptr);
-    std::free(table);
+    void **const of_none = list_2_table(nullptr, nullptr);
+    EXPECT_EQ(of_none[0], nullptr);
+    std::free(of_none);
 }
 
 // -- null lists ----------------------------------------------------------------------------------
@@ -530,16 +384,11 @@ TEST_F(List, HoldsSeventyThousand) {
     std::iota(many.begin(), many.end(), 0);
     const auto count = static_cast<int>(many.size());
     int32_t *const last = &many.back();
-    for (int i = count - 3; i >= 0; --i)
+    for (int i = count - 2; i >= 0; --i)
         list_push(&many[static_cast<size_t>(i)], &head);
-    const list_link *const appended = list_append(last, &head);
-    const list_link *const inserted = list_insert(last - 1, &head, ascending);
-
-    EXPECT_EQ(appended->next, nullptr);
-    EXPECT_EQ(inserted->next, appended);
+    const list_link *const inserted = list_insert(last, &head, ascending);
     EXPECT_EQ(list_length(head), count);
-    EXPECT_EQ(list_find_link(last, head), appended);
-    EXPECT_EQ(list_find_element(last, head, hash_intcmp), last);
+    EXPECT_EQ(list_find_link(last, head), inserted);
     int copied = 0;
     void **const table = list_2_table(head, &copied);
     EXPECT_EQ(copied, count);
@@ -547,217 +396,11 @@ TEST_F(List, HoldsSeventyThousand) {
     std::free(table);
 
     list_iter_set(head);
-    int visited = 0;
-    iterate_del(&head, [&](void *hook, int32_t index) {
-        EXPECT_EQ(hook, &many[static_cast<size_t>(index)]);
-        ++visited;
-        return hook != last ? 1 : 0;
-    });
-    EXPECT_EQ(visited, count);
+    iterate_del(&head, [&](void *hook, int32_t) { return hook != last ? 1 : 0; });
     EXPECT_EQ(list_peek(head), last);
     EXPECT_EQ(list_del(last, &head, hash_intcmp), last);
     list_iter_clear(&head);
     EXPECT_EQ(head, nullptr);
-}
-
-// -- everything at once --------------------------------------------------------------------------
-
-// Random steps on a list and on its model, in the callbacks of walks as well.
-class Program {
-  public:
-    explicit Program(test::Random &random) : random_(random) {}
-
-    void run() {
-        take_steps(200);
-        iterate_del(&head_, [](void *, int32_t) { return 1; });
-        while (head_ != nullptr && !testing::Test::HasFailure())
-            list_pop(&head_); // null hooks
-    }
-
-  private:
-    using Model = test::ListModel<void *>;
-
-    void take_steps(size_t count) {
-        constexpr void (Program::*additions[])() = {&Program::push, &Program::append,
-                                                    &Program::insert};
-        constexpr void (Program::*others[])() = {
-            &Program::pop,
-            &Program::del,
-            &Program::del_link,
-            &Program::mark_by_hand,
-            &Program::walk_to_a_stop,
-            &Program::walk_and_remove,
-            &Program::walk_by_hand,
-        };
-        for (; count != 0 && !testing::Test::HasFailure(); --count) {
-            if (model_.entries.size() < 8 && random_.one_in(2))
-                (this->*additions[random_.below(std::size(additions))])();
-            else
-                (this->*others[random_.below(std::size(others))])();
-            check();
-        }
-    }
-
-    // Something to add: new, as a rule.
-    void *some_hook() {
-        if (random_.one_in(8))
-            return nullptr;
-        if (random_.one_in(8) && !model_.entries.empty())
-            return some_entry()->value;
-        return &new_element();
-    }
-    Newcomer &new_element() {
-        return elements_.emplace_back(Newcomer{static_cast<int32_t>(elements_.size()), this, 0});
-    }
-    Model::Place some_entry() {
-        const size_t index = random_.below(model_.entries.size());
-        return std::next(model_.entries.begin(), static_cast<ptrdiff_t>(index));
-    }
-    // A hook that is in the list, as a rule; deleted ones too.
-    void *hook_to_find() {
-        return model_.entries.empty() || random_.one_in(8) ? &absent_ : some_entry()->value;
-    }
-
-    void push() {
-        void *const hook = some_hook();
-        EXPECT_EQ(list_push(hook, &head_), head_);
-        model_.entries.push_front({hook});
-    }
-
-    void append() {
-        void *const hook = some_hook();
-        EXPECT_EQ(list_append(hook, &head_)->next, nullptr);
-        model_.entries.push_back({hook});
-    }
-
-    void insert() {
-        Newcomer &newcomer = new_element();
-        newcomer.decisive = hook_to_find();
-        newcomer.verdict = static_cast<int32_t>(random_.below(3)) - 1;
-        auto place = model_.entries.begin();
-        while (place != model_.entries.end() && place->value != newcomer.decisive)
-            ++place;
-        const bool decided = place != model_.entries.end();
-        const list_link *const added = list_insert(&newcomer, &head_, verdict_of);
-        if (decided && newcomer.verdict == 0) {
-            EXPECT_EQ(added, nullptr);
-            return;
-        }
-        if (decided && newcomer.verdict == 1)
-            ++place;
-        model_.entries.insert(place, {&newcomer});
-        EXPECT_EQ(added, list_find_link(&newcomer, head_));
-    }
-
-    void pop() { EXPECT_EQ(list_pop(&head_), model_.take(model_.first_live())); }
-
-    void del() {
-        const Newcomer key{0, hook_to_find(), 0};
-        const auto found = model_.find_live([&](void *hook) { return hook == key.decisive; });
-        EXPECT_EQ(list_del(&key, &head_, verdict_of), model_.take(found));
-    }
-
-    void del_link() {
-        void *const sought = hook_to_find();
-        const auto found = model_.find_live([=](void *hook) { return hook == sought; });
-        const int none = model_.entries.empty() ? -1 : 0;
-        EXPECT_EQ(list_del_link(sought, &head_), found != model_.entries.end() ? 1 : none);
-        model_.take(found);
-    }
-
-    void mark_by_hand() {
-        if (model_.entries.empty())
-            return;
-        const auto entry = some_entry();
-        const auto index = static_cast<size_t>(std::distance(model_.entries.begin(), entry));
-        list_iter_set(head_);
-        mark(link_at(head_, index));
-        list_iter_clear(&head_);
-        model_.remove(entry);
-    }
-
-    void walk_to_a_stop() {
-        if (model_.walks == 3)
-            return;
-        Model::Walk walk(model_);
-        void *wanted = nullptr;
-        void *const result = iterate(&head_, [&](void *hook, int32_t index) {
-            visit(walk, hook, index);
-            wanted = random_.one_in(8) ? test::stop : nullptr;
-            return wanted;
-        });
-        EXPECT_EQ(result, wanted);
-        EXPECT_TRUE(result != nullptr || !advance_to_hook(walk)) << "something was not visited";
-        walk.end();
-    }
-
-    void walk_and_remove() {
-        if (model_.walks == 3)
-            return;
-        Model::Walk walk(model_);
-        iterate_del(&head_, [&](void *hook, int32_t index) {
-            visit(walk, hook, index);
-            if (!random_.one_in(4))
-                return 0;
-            model_.remove(walk.place);
-            return INT32_MIN;
-        });
-        EXPECT_FALSE(advance_to_hook(walk)) << "something was not visited";
-        walk.end();
-    }
-
-    // Visits null hooks as well.
-    void walk_by_hand() {
-        if (model_.walks == 3 || head_ == nullptr)
-            return;
-        Model::Walk walk(model_);
-        list_iter_set(head_);
-        list_link *link = head_->state == 0 ? head_ : list_next(head_);
-        for (; link != nullptr; link = list_next(link)) {
-            ASSERT_TRUE(walk.advance()) << "walked past the end";
-            EXPECT_EQ(link->hook, walk.place->value);
-            take_steps(random_.below(3));
-        }
-        EXPECT_FALSE(walk.advance()) << "something was not reached";
-        list_iter_clear(&head_);
-        walk.end();
-    }
-
-    static bool advance_to_hook(Model::Walk &walk) {
-        while (walk.advance())
-            if (walk.place->value != nullptr)
-                return true;
-        return false;
-    }
-
-    void visit(Model::Walk &walk, const void *hook, int32_t index) {
-        ASSERT_TRUE(!testing::Test::HasFailure() && advance_to_hook(walk))
-            << "visited past the end";
-        EXPECT_EQ(hook, walk.place->value);
-        EXPECT_EQ(index, walk.index);
-        take_steps(random_.below(3));
-    }
-
-    void check() const {
-        ASSERT_EQ(check_list(head_, model_.walks), sound);
-        std::string expected;
-        for (const auto &entry : model_.entries)
-            expected += show(entry.value, entry.deleted);
-        ASSERT_EQ(show(head_), expected);
-    }
-
-    test::Random &random_;
-    list_link *head_ = nullptr;
-    Model model_;
-    std::deque<Newcomer> elements_;
-    int32_t absent_ = -1;
-};
-
-TEST_F(List, FollowsTheModelThroughNestedWalks) {
-    test::for_each_seed([](test::Random &random) {
-        for (int run = 0; run < 10; ++run)
-            Program(random).run();
-    });
 }
 
 // -- the check itself ----------------------------------------------------------------------------
