@@ -33,7 +33,8 @@ timer *timer_at(void *entry) {
 }
 
 enum class step { schedule, cancel, reschedule, advance, walk_a_day, remove_if, count };
-enum class reaction { none, schedule_again, cancel_another, count };
+enum class reaction { none, schedule_again, cancel_another, refuse, count };
+struct refusal {}; // what a reaction throws
 
 class driver {
   public:
@@ -68,8 +69,10 @@ class driver {
         for (timer &each : pool)
             require(cal.scheduled(each) == model.contains(&each));
         auto next = manual_clock::time_point::max();
-        for (const auto &[each, deadline] : model)
+        for (const auto &[each, deadline] : model) {
+            require(is_firing || cal.deadline(*each) == deadline);
             next = std::min(next, std::max(deadline, is_firing ? now : deadline));
+        }
         require(cal.next_deadline() == next);
     }
 
@@ -101,7 +104,8 @@ class driver {
         require(cal.reschedule(one, now + wait));
         model[&one] = now + wait;
     }
-    // Whatever is due fires, and nothing else, unless it is cancelled before its turn.
+    // Whatever is due fires, and nothing else, unless it is cancelled before its turn. If a reaction
+    // throws, the rest is due again.
     void advance() {
         const milliseconds before = now.time_since_epoch();
         now += some_span();
@@ -111,7 +115,7 @@ class driver {
         is_firing = true;
         manual_clock::time_point last{};
         const bool by_days = (now.time_since_epoch() / width - before / width) < days_in_all();
-        cal.advance(now, [&](timer &one) {
+        const auto fire = [&](timer &one) {
             require(std::erase(due, &one) == 1);
             const auto deadline = model[&one];
             if (by_days)
@@ -121,9 +125,16 @@ class driver {
             last = deadline;
             model.erase(&one);
             react(one);
-        });
+        };
+        try {
+            cal.advance(now, fire);
+            require(due.empty());
+        } catch (const refusal &) {
+            for (timer *each : due)
+                model[each] = now;
+            due.clear();
+        }
         is_firing = false;
-        require(due.empty());
     }
     void react(timer &fired) {
         in_c = program.one_of_two();
@@ -137,6 +148,8 @@ class driver {
             std::erase(due, &other);
             break;
         }
+        case reaction::refuse:
+            throw refusal();
         case reaction::none:
         case reaction::count:
             break;
