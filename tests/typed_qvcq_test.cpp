@@ -1,4 +1,5 @@
-// The typed ring, in use from C and C++ in turn.
+// The typed ring: what it offers beyond the C functions. fuzz/ring.cpp runs both on one ring beside
+// a model.
 
 #include "fault.hpp"
 #include "support.hpp"
@@ -49,29 +50,10 @@ TEST_F(TypedRing, HoldsAsManyMessagesAsAskedForAndDropsTheOldest) {
     EXPECT_EQ(content(), "bb ccc dddd ");
 }
 
-TEST_F(TypedRing, RefusesAMessageThatIsEmptyOrTooLong) {
-    EXPECT_FALSE(log.push(bytes("")));
-    EXPECT_FALSE(log.push(bytes("eeeee")));
-    EXPECT_EQ(log.size(), 3U);
-}
-
-TEST_F(TypedRing, GivesTheOldestFirst) {
-    EXPECT_EQ(text(*log.front()), "bb");
-    EXPECT_EQ(text(*log.pop()), "bb");
-    std::byte buffer[2];
-    EXPECT_EQ(text(*log.pop(buffer)), "cc") << "cut to what there is room for";
-    EXPECT_EQ(text(*log.pop()), "dddd");
-    EXPECT_FALSE(log.pop());
-    EXPECT_FALSE(log.pop(buffer));
-    EXPECT_FALSE(log.front());
-}
-
-TEST_F(TypedRing, TakesBackTheNewest) {
-    EXPECT_TRUE(log.cancel());
-    EXPECT_EQ(content(), "bb ccc ");
-    log.reset();
-    EXPECT_FALSE(log.cancel());
-    EXPECT_TRUE(log.empty());
+TEST_F(TypedRing, GivesOfAMessageWhatThereIsRoomFor) {
+    std::byte buffer[1];
+    EXPECT_EQ(text(*log.pop(buffer)), "b");
+    EXPECT_EQ(text(*log.front()), "ccc");
 }
 
 TEST_F(TypedRing, ABlockWrittenInPlaceCountsOnceCommitted) {
@@ -88,14 +70,6 @@ TEST_F(TypedRing, ABlockWrittenInPlaceCountsOnceCommitted) {
     };
     EXPECT_THROW(give_up(), std::runtime_error);
     EXPECT_EQ(content(), "dddd ee ") << "the oldest had to make room all the same";
-}
-
-TEST_F(TypedRing, ServesCAndCppInTurn) {
-    EXPECT_EQ(qvcq_copyto_queue(&log.c_record(), "ff", 2), QVCQ_OK);
-    EXPECT_EQ(content(), "ccc dddd ff ");
-    qvds::ring_view view(log.c_record());
-    view.pop();
-    EXPECT_EQ(qvcq_get_size(&log.c_record()), 2);
 }
 
 TEST_F(TypedRing, MovesAndSwapsItsMessages) {
