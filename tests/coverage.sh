@@ -8,7 +8,9 @@ rm -rf profile
 objects=
 for suite in tests/qvds_test tests/qvds_internal_test fuzz/fuzz_*; do
     [ -x "$suite" ] || continue # what CMake keeps beside them
-    LLVM_PROFILE_FILE="profile/${suite#*/}" QVDS_TEST_SLOW=1 "$suite" --gtest_brief=1
+    echo "$suite"
+    LLVM_PROFILE_FILE="profile/${suite#*/}" QVDS_TEST_SLOW=1 "$suite" --gtest_brief=1 >suite.log ||
+        { cat suite.log && exit 1; }
     objects="$objects -object $suite"
 done
 llvm-profdata merge -o profile/all profile/*
