@@ -27,7 +27,7 @@ echo "$segments" | grep -q 'GNU_STACK.*RW ' || fail "the stack is executable"
 
 # A function of ours among the relocations means a call that takes a detour, but for those whose
 # address a program may share.
-shared='qv_tree_null hash_atoi hash_int hash_mult_func'
+shared='qv_tree_null hash_atoi hash_int hash_intcmp hash_mult_func'
 relocated=$(readelf -rW "$library" | awk '$5 { print $5 }')
 for symbol in $symbols; do
     case " $shared " in
