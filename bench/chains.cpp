@@ -12,6 +12,7 @@
 #include <boost/intrusive/list.hpp>
 #include <boost/intrusive/slist.hpp>
 #include <bsd/sys/queue.h>
+#include <deque>
 #include <glib.h>
 #include <list>
 #include <search.h>
@@ -244,6 +245,48 @@ struct bsd_slist : inlined<"SLIST"> {
     }
 };
 
+// Pointers to the records in an array, which has its top at the end.
+struct no_hook {};
+struct std_vector : packed<"std::vector"> {
+    using record = bench::record<no_hook>;
+    std::vector<const record *> items;
+
+    void clear() { items.clear(); }
+    void push(record &r) { items.push_back(&r); }
+    bool pop(uint32_t &key) {
+        if (items.empty())
+            return false;
+        key = items.back()->key;
+        items.pop_back();
+        return true;
+    }
+    uint32_t find(uint32_t key) const {
+        auto at = items.rbegin();
+        while ((*at)->key != key)
+            ++at;
+        return (*at)->serial;
+    }
+    void walk(uint64_t &sum) const {
+        std::for_each(items.rbegin(), items.rend(), [&](const record *r) { fold(sum, r->key); });
+    }
+};
+
+struct sorted_vector : packed<"sorted std::vector"> {
+    using record = bench::record<no_hook>;
+    using item = std::pair<uint32_t, const record *>;
+    std::vector<item> items;
+
+    void clear() { items.clear(); }
+    void insert_sorted(record &r) {
+        const auto before = [](const item &i, uint32_t key) { return i.first < key; };
+        items.emplace(std::lower_bound(items.begin(), items.end(), r.key, before), r.key, &r);
+    }
+    void walk(uint64_t &sum) const {
+        for (const item &i : items)
+            fold(sum, i.second->key);
+    }
+};
+
 struct hand_stack : limit<"links by hand"> {
     struct hook {
         bench::record<hook> *next;
@@ -320,6 +363,21 @@ struct bsd_stailq : inlined<"STAILQ"> {
             return false;
         STAILQ_REMOVE_HEAD(&head, link);
         key = r->key;
+        return true;
+    }
+};
+
+struct std_deque : packed<"std::deque"> {
+    using record = bench::record<no_hook>;
+    std::deque<const record *> items;
+
+    void clear() { items.clear(); }
+    void push(record &r) { items.push_back(&r); }
+    bool pop(uint32_t &key) {
+        if (items.empty())
+            return false;
+        key = items.front()->key;
+        items.pop_front();
         return true;
     }
 };
@@ -729,23 +787,30 @@ struct headerless_extract : headerless<C> {
 const rows chains = {
     {"lifo/push-pop", sizes({1.05, 1.05}),
      enter<push_pop, lifo, typed_lifo, gqueue, insque_ring, boost_slist<false>, bsd_slist,
-           hand_stack>},
+           std_vector, hand_stack>},
     {"fifo/push-pop", sizes({1.05, 1.05}),
-     enter<push_pop, fifo, typed_fifo, gqueue_fifo, insque_queue, boost_slist<true>, bsd_stailq>},
-    {"fifo2/touch", sizes({1.25, 1.05}, {1.0, 1.05}, {1.0, 1.05}),
-     enter<touch, fifo2, typed_fifo2, gqueue_lru, insque_ring, boost_list, bsd_tailq,
-           std_list_lru>},
+     enter<push_pop, fifo, typed_fifo, gqueue_fifo, insque_queue, boost_slist<true>, bsd_stailq,
+           std_deque>},
+    {"fifo2/touch",
+     sizes({1.25, 1.05}, {1.0, 1.05}, {1.0, 1.05}),
+     enter<touch, fifo2, typed_fifo2, gqueue_lru, insque_ring, boost_list, bsd_tailq, std_list_lru>,
+     {"GQueue", "Boost list"}},
     {"node/walk-ordered", sizes({1.0, 1.3}),
-     enter<walk_ordered, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
+     enter<walk_ordered, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, std_vector,
+           hand_stack>},
     {"node/walk-shuffled", sizes({1.0, 1.3}, {1.0, 1.02}, {1.0, 1.02}),
-     enter<walk_shuffled, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
+     enter<walk_shuffled, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, std_vector,
+           hand_stack>},
     {"node/find-ordered", sizes({1.0, 1.0}),
-     enter<find_ordered, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
+     enter<find_ordered, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, std_vector,
+           hand_stack>},
     {"node/find-shuffled", sizes({1.0, 1.0}),
-     enter<find_shuffled, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, hand_stack>},
+     enter<find_shuffled, lifo, typed_lifo, gqueue, boost_slist<false>, bsd_slist, std_vector,
+           hand_stack>},
     {"lifo/insert-sorted",
      {{"64", 64, {0.80, 1.0}}},
-     enter<sorted_insert, lifo, typed_lifo, gqueue_sorted, boost_slist<false>, bsd_slist>},
+     enter<sorted_insert, lifo, typed_lifo, gqueue_sorted, boost_slist<false>, bsd_slist,
+           sorted_vector>},
     {"sloppy/add", sizes({0.45, 1.05}),
      enter<headerless_add, sloppy, typed_sloppy, glist, insque_list, boost_ring, bsd_list>},
     {"sloppy/extract", sizes({0.75, 1.6}),

@@ -44,13 +44,15 @@ inline std::vector<uint32_t> queries(const instance &at, uint64_t seed) {
     return chosen;
 }
 
-// The key with the given rank in ascending order: distinct, positive as a 32-bit signed number, and
-// irregular enough to leave no hash function an easy life.
+// The key with the given rank in ascending order: distinct, positive as a 32-bit signed number up to
+// 16 million, and irregular enough to leave no hash function an easy life.
+constexpr uint32_t key_distance = 128; // on average
 inline uint32_t key_of_rank(size_t rank) {
-    return static_cast<uint32_t>(rank) * 512 + (static_cast<uint32_t>(generator(rank)()) & 511);
+    return static_cast<uint32_t>(rank) * key_distance +
+           static_cast<uint32_t>(generator(rank)() % key_distance);
 }
 inline uint32_t absent_key(size_t rank) {
-    return key_of_rank(rank) ^ 256;
+    return key_of_rank(rank) ^ key_distance / 2;
 }
 
 inline std::vector<uint32_t> keys_of_ranks(std::vector<uint32_t> ranks) {

@@ -28,6 +28,10 @@ double quantile(std::vector<double> &values, double q) {
     return *at;
 }
 
+bool is_ours(side on) {
+    return on == side::ours || on == side::typed;
+}
+
 } // namespace
 
 // The time this thread has run: what else goes on on the machine takes turns with it, too.
@@ -55,42 +59,50 @@ const figure *outcome::best(side on) const {
 }
 
 size_t face_beside(side on, const std::vector<side> &sides) {
-    const side wanted = on == side::inlined || on == side::limit ? side::typed : side::ours;
-    const auto ours = [](side s) { return s == side::ours || s == side::typed; };
+    const side wanted = on == side::called || on == side::ours ? side::ours : side::typed;
     auto face = std::find(sides.begin(), sides.end(), wanted);
     if (face == sides.end())
-        face = std::find_if(sides.begin(), sides.end(), ours);
+        face = std::find_if(sides.begin(), sides.end(), is_ours);
     return static_cast<size_t>(face - sides.begin());
 }
 
 namespace {
 
+constexpr size_t growth_rounds = 3;
+constexpr size_t least_rounds_in_memory = 3; // where a round takes seconds, and varies little
+
 struct options {
     bool smoke = false;
     bool quick = false;
     bool list = false;
+    bool goals = false;
+    bool growth = false;
     double seconds = 4; // to spend on the rounds of one instance
     size_t least_rounds = 5;
     double warm_ms = 150; // to spend on the warm-up of one turn, on data for the last-level cache
     size_t large = 0;     // replaces the large size
-    std::string out = ".";
-    std::string docs;
+    std::string out = "results.csv";
     std::string filter;
 };
 
 [[noreturn]] void usage(const char *program, int status) {
-    std::fprintf(status == 0 ? stdout : stderr,
-                 "usage: %s [OPTION]... [FILTER]\n"
-                 "  FILTER         rows to run: a regular expression found in \"ROW SIZE\", as in\n"
-                 "                 'aa/', 'hash/hit M'\n"
-                 "  --quick        sizes S and M, few rounds: about a minute\n"
-                 "  --smoke        every row once, tiny: checks that contenders agree\n"
-                 "  --large N      elements at size L (default 2000000)\n"
-                 "  --seconds N    time for the rounds of one row at one size (default 4)\n"
-                 "  --out DIR      where results.csv, results.svg and results.md go (default .)\n"
-                 "  --docs PAGE    puts plot and table into PAGE (Markdown), between its marks\n"
-                 "  --list         names the rows\n",
-                 program);
+    std::fprintf(
+        status == 0 ? stdout : stderr,
+        "usage: %s [OPTION]... [FILTER]\n"
+        "  FILTER         rows to run: a regular expression found in \"ROW SIZE\", as in\n"
+        "                 'aa/', 'hash/hit M'\n"
+        "  --quick        sizes S and M, few rounds: about a minute\n"
+        "  --smoke        every row once, tiny: checks that contenders agree\n"
+        "  --large N      elements at size L (default 2000000)\n"
+        "  --seconds N    time for the rounds of one row at one size (default 4)\n"
+        "  --goals        shows the ratios to be reached, and marks with ! what misses them\n"
+        "  --growth       also runs the main rows on 100 to 10 million elements (5 times\n"
+        "                 what --large says), beside two others\n"
+        "  --out FILE     where every figure goes (default results.csv)\n"
+        "  --docs PAGE    --growth, and what ./dev makes of it goes into PAGE (Markdown),\n"
+        "                 between its marks, with the plots beside it\n"
+        "  --list         names the rows\n",
+        program);
     std::exit(status);
 }
 
@@ -120,9 +132,14 @@ options parse(int argc, char **argv) {
             o.seconds = std::strtod(value(i), nullptr);
         else if (arg == "--out")
             o.out = value(i);
-        else if (arg == "--docs")
-            o.docs = value(i);
-        else if (arg.starts_with("-") || !o.filter.empty())
+        else if (arg == "--goals")
+            o.goals = true;
+        else if (arg == "--growth")
+            o.growth = true;
+        else if (arg == "--docs") {
+            value(i);
+            o.growth = true;
+        } else if (arg.starts_with("-") || !o.filter.empty())
             usage(argv[0], 2);
         else
             o.filter = arg;
@@ -141,57 +158,62 @@ void progress(const std::string &text) {
         std::fprintf(stderr, "\r\033[K%s", text.c_str());
 }
 
-// One turn for everybody, beginning with another one each time. False if the checksums differ.
-bool play_round(std::vector<contender> &contenders, size_t round, size_t warm_ups,
-                std::vector<double> &ns) {
-    std::vector<uint64_t> checksums(contenders.size());
-    for (size_t turn = 0; turn < contenders.size(); ++turn) {
-        const size_t i = (round + turn) % contenders.size();
-        ns[i] = contenders[i].turn(warm_ups, checksums[i]);
-    }
-    for (size_t i = 1; i < contenders.size(); ++i)
+// Ends the run unless all that contenders have computed is the same.
+void demand_agreement(const std::string &title, const std::vector<contender> &contenders,
+                      const std::vector<uint64_t> &checksums) {
+    for (size_t i = 1; i < checksums.size(); ++i)
         if (checksums[i] != checksums[0]) {
-            std::fprintf(stderr, "\nchecksum: %s has %016llx, %s has %016llx\n",
-                         contenders[0].name.c_str(), static_cast<unsigned long long>(checksums[0]),
-                         contenders[i].name.c_str(), static_cast<unsigned long long>(checksums[i]));
-            return false;
+            std::fprintf(stderr, "\n%s: contenders disagree: %s has %016llx, %s has %016llx\n",
+                         title.c_str(), contenders[0].name.c_str(),
+                         static_cast<unsigned long long>(checksums[0]), contenders[i].name.c_str(),
+                         static_cast<unsigned long long>(checksums[i]));
+            std::exit(1);
         }
-    return true;
 }
 
 outcome contest(const row &r, const instance &at, const options &o, const std::string &title) {
     progress(title + ": setting up");
-    std::vector<contender> contenders = r.enter(at);
+    const std::vector<contender> contenders = r.enter(at);
+    std::vector<turn> turns;
+    for (const contender &c : contenders)
+        turns.push_back(c.set_up());
     std::vector<std::vector<double>> ns(contenders.size()); // by contender, by round
-    std::vector<double> turn(contenders.size());
+
+    // One turn for everybody, beginning with another one each time.
+    const auto play = [&](size_t round, size_t warm_ups) {
+        std::vector<uint64_t> checksums(contenders.size());
+        for (size_t turn = 0; turn < contenders.size(); ++turn) {
+            const size_t i = (round + turn) % contenders.size();
+            ns[i].push_back(turns[i](warm_ups, checksums[i]));
+        }
+        demand_agreement(title, contenders, checksums);
+    };
 
     // The first round warms up, and tells how many more there is time for. What fits the last-level
     // cache has left it while the others had their turns, and comes back only after several passes:
     // such caches are slow to believe that data is wanted again.
     const double start = now_ns();
-    bool agreed = play_round(contenders, 0, 0, turn);
+    play(0, 0);
     const double bare_cost = now_ns() - start;
+    for (std::vector<double> &each : ns)
+        each.clear();
     size_t warm_ups = 0;
     if (!o.smoke && at.n >= small_limit && at.n < middle_limit)
         warm_ups = std::clamp(static_cast<size_t>(o.warm_ms * 1e6 / bare_cost *
                                                   static_cast<double>(contenders.size())),
                               size_t{1}, size_t{20});
     const double cost = bare_cost * static_cast<double>(warm_ups + 1);
-    const size_t rounds = o.smoke ? 1
-                                  : std::clamp(static_cast<size_t>(o.seconds * 1e9 / cost),
-                                               o.least_rounds, size_t{101}) |
-                                        1;
-    for (size_t round = 1; agreed && round <= rounds; ++round) {
+    const size_t rounds =
+        o.smoke ? 1
+                : std::clamp(static_cast<size_t>(o.seconds * 1e9 / cost),
+                             at.n < middle_limit ? o.least_rounds : least_rounds_in_memory,
+                             size_t{101}) |
+                      1;
+    for (size_t round = 1; round <= rounds; ++round) {
         progress(title + ": round " + std::to_string(round) + " of " + std::to_string(rounds));
-        agreed = play_round(contenders, round, warm_ups, turn);
-        for (size_t i = 0; i < contenders.size(); ++i)
-            ns[i].push_back(turn[i]);
+        play(round, warm_ups);
     }
     progress("");
-    if (!agreed) {
-        std::fprintf(stderr, "%s: contenders disagree\n", title.c_str());
-        std::exit(1);
-    }
 
     outcome result{r.name, at, rounds, {}};
     std::vector<side> sides;
@@ -210,6 +232,30 @@ outcome contest(const row &r, const instance &at, const options &o, const std::s
     }
     for (size_t i = 0; i < contenders.size(); ++i)
         result.figures[i].ns = quantile(ns[i], 0.5);
+    return result;
+}
+
+// One contender after the other, since the largest data sets would not all find room: there are
+// times, and no ratios.
+outcome growth(const row &r, const instance &at, const std::string &title) {
+    std::vector<contender> contenders = r.enter(at);
+    std::erase_if(contenders, [&](const contender &c) {
+        return !is_ours(c.on) &&
+               std::find(r.rivals.begin(), r.rivals.end(), c.name) == r.rivals.end();
+    });
+    outcome result{r.name, at, growth_rounds, {}};
+    std::vector<uint64_t> checksums(contenders.size());
+    for (size_t i = 0; i < contenders.size(); ++i) {
+        progress(title + ": " + contenders[i].name);
+        const turn take_turn = contenders[i].set_up();
+        std::vector<double> ns(growth_rounds);
+        take_turn(0, checksums[i]);
+        for (double &each : ns)
+            each = take_turn(0, checksums[i]);
+        result.figures.push_back({contenders[i].name, contenders[i].on, quantile(ns, 0.5), 0, {}});
+    }
+    progress("");
+    demand_agreement(title, contenders, checksums);
     return result;
 }
 
@@ -232,6 +278,12 @@ std::vector<std::pair<const row *, instance>> select(const options &o) {
             at.sets = o.smoke ? 2 : sets_for(at.n);
             selected.emplace_back(&r, at);
         }
+    const size_t largest = o.quick ? 100'000 : 5 * (o.large != 0 ? o.large : 2'000'000);
+    if (o.growth)
+        for (const row &r : rows::all())
+            for (size_t n = 100; n <= largest && !r.rivals.empty(); n *= 10)
+                if (std::regex_search(r.name + " growth", filter))
+                    selected.emplace_back(&r, instance{"growth", n, {}, sets_for(n)});
     return selected;
 }
 
@@ -256,13 +308,18 @@ int main(int argc, char **argv) try {
     prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0);
     std::vector<outcome> results;
     if (!o.smoke)
-        print_heading();
+        print_heading(o.goals);
     for (const auto &[r, at] : selected) {
         const std::string title = "[" + std::to_string(results.size() + 1) + "/" +
                                   std::to_string(selected.size()) + "] " + r->name + " " + at.label;
+        if (at.label == "growth") {
+            results.push_back(growth(*r, at, title));
+            print_growth(results.back());
+            continue;
+        }
         results.push_back(contest(*r, at, o, title));
         if (!o.smoke)
-            print_line(results.back());
+            print_line(results.back(), o.goals);
     }
     if (o.smoke) {
         std::printf("%zu rows, all contenders agree\n", results.size());
@@ -274,12 +331,8 @@ int main(int argc, char **argv) try {
             ++i; // which ./dev bench adds
         else
             command += std::string(" ") + argv[i];
-    if (!write_results(o.out, results)) {
-        std::fprintf(stderr, "%s: cannot write the results\n", o.out.c_str());
-        return 1;
-    }
-    if (!o.docs.empty() && !write_docs(o.docs, command, o.out, results)) {
-        std::fprintf(stderr, "%s: cannot be written, or lacks the marks\n", o.docs.c_str());
+    if (!write_results(o.out, command, results)) {
+        std::fprintf(stderr, "%s: cannot be written\n", o.out.c_str());
         return 1;
     }
     return 0;

@@ -25,11 +25,12 @@
 
 namespace bench {
 
-// Called: behind a library's exports, with callbacks. Inlined: compiled into the caller. Limit: a
+// Called: behind a library's exports, with callbacks. Inlined: compiled into the caller. Packed:
+// inlined, too, but keys or pointers lie in arrays, which nothing may point into for long. Limit: a
 // hand-written loop that does the memory work of the operation and nothing else. Of our own two
 // faces the C functions (ours) stand beside what is called, and the typed classes (typed) beside
-// what is inlined and beside the limit; where a row has only one of them, that stands for both.
-enum class side { ours, typed, called, inlined, limit };
+// all the rest; where a row has only one of them, that stands for both.
+enum class side { ours, typed, called, inlined, packed, limit };
 
 // The ratio to reach against the best of each class; 0 where none is set.
 struct goal {
@@ -52,20 +53,29 @@ inline std::vector<instance> sizes(goal each = {}) {
     return sizes(each, each, each);
 }
 
+// The caches alone, where a larger size tells no more than another row does.
+inline std::vector<instance> cached_sizes(goal each = {}) {
+    return {{"S", 1'000, each}, {"M", 100'000, each}};
+}
+
 constexpr size_t small_limit = 32'768;     // below: small, in the caches of a core
 constexpr size_t middle_limit = 1'000'000; // below: middle, in the last-level cache
+
+// Does the work for so many times untimed and once timed. Returns nanoseconds per operation.
+using turn = std::function<double(size_t warm_ups, uint64_t &checksum)>;
 
 struct contender {
     std::string name;
     side on;
-    // Does the work for so many times untimed and once timed. Returns nanoseconds per operation.
-    std::function<double(size_t warm_ups, uint64_t &checksum)> turn;
+    std::function<turn()> set_up; // what it has set up goes with the turn
 };
 
 struct row {
     std::string name;
     std::vector<instance> instances;
     std::vector<contender> (*enter)(const instance &);
+    // Beside these, and over sizes from tiny to huge, it is shown how the cost grows.
+    std::vector<std::string_view> rivals = {};
 };
 
 // Adds rows to the benchmark: define one of these per source.
@@ -166,16 +176,20 @@ using called = contestant<text, side::called>;
 template <literal text>
 using inlined = contestant<text, side::inlined>;
 template <literal text>
+using packed = contestant<text, side::packed>;
+template <literal text>
 using limit = contestant<text, side::limit>;
 
-// Sets up Trial<Contender> for each contender.
+// Trial<Contender> for each contender.
 template <template <class> class Trial, class... Contender>
 std::vector<contender> enter(const instance &at) {
     std::vector<contender> entered;
     const auto add = [&]<class C>(std::type_identity<C>) {
-        auto trial = std::make_shared<Trial<C>>(at);
-        entered.push_back({C::name, C::on, [trial, at](size_t warm_ups, uint64_t &checksum) {
-                               return detail::run_turn(*trial, at, warm_ups, checksum);
+        entered.push_back({C::name, C::on, [at]() -> turn {
+                               auto trial = std::make_shared<Trial<C>>(at);
+                               return [trial, at](size_t warm_ups, uint64_t &checksum) {
+                                   return detail::run_turn(*trial, at, warm_ups, checksum);
+                               };
                            }});
     };
     (add(std::type_identity<Contender>{}), ...);
@@ -187,7 +201,7 @@ struct figure {
     std::string name;
     side on;
     double ns;                 // median over the rounds, per operation
-    double ratio, quartile[2]; // the time of our face of the same class to theirs
+    double ratio, quartile[2]; // the time of our face of the same class to theirs; or 0
 };
 
 struct outcome {
@@ -207,12 +221,10 @@ size_t face_beside(side on, const std::vector<side> &sides);
 constexpr double brief_ns = 3;
 constexpr double brief_margin = 1.1;
 
-void print_heading();
-void print_line(const outcome &result);
-bool write_results(const std::string &directory, const std::vector<outcome> &results);
-// Puts the results in the page, between its marks, and the plot beside it. What write_results wrote
-// lies in the directory.
-bool write_docs(const std::string &page, const std::string &command, const std::string &directory,
-                const std::vector<outcome> &results);
+void print_heading(bool goals);
+void print_line(const outcome &result, bool goals);
+void print_growth(const outcome &result);
+bool write_results(const std::string &path, const std::string &command,
+                   const std::vector<outcome> &results);
 
 } // namespace bench

@@ -1,5 +1,5 @@
 // Hash tables: over the caller's buckets and records, and keyed. Contenders use one hash function,
-// except where the table brings its own: the keyed table with its integer keys, and uthash.
+// except where the table brings its own: the keyed table with its integer keys.
 #include "data.hpp"
 
 #include <qvds/hash.hpp>
@@ -8,6 +8,7 @@
 #include <qvds/keyed_hash.hpp>
 #include <qvds/node.h>
 
+#include <absl/container/flat_hash_map.h>
 #include <apr_general.h>
 #include <apr_hash.h>
 #include <apr_pools.h>
@@ -16,6 +17,7 @@
 #include <bsd/sys/queue.h>
 #include <glib.h>
 #include <unordered_map>
+#define HASH_FUNCTION(key, length, hash) ((hash) = hash_of(*static_cast<const uint32_t *>(key)))
 #include <uthash.h>
 
 using namespace bench;
@@ -36,8 +38,9 @@ struct equal_key {
     bool operator()(const payload &a, const payload &b) const { return a.key == b.key; }
 };
 
-// A table is made for a number of buckets and filled with `store`. `extract` and `find` go by key;
-// `unlink` has the record in hand.
+// A table is made for a number of buckets, if it takes one, and filled with `store`, or with `insert`,
+// which looks first whether the key is there. `extract` and `find` go by key; `unlink` has the record
+// in hand.
 
 template <class Hook>
 struct intrusive {
@@ -67,6 +70,7 @@ struct table1 : ours<"qvds_hash">, intrusive<one_link> {
     }
     void clear() { std::fill(buckets.begin(), buckets.end(), nullptr); }
     void store(record &r) { qvds_hash_store(&table, &r); }
+    bool insert(record &r) { return qvds_hash_searchinsert(&table, &r, compare) == &r; }
     const payload *find(uint32_t key) const {
         const record wanted = probe(key);
         return static_cast<record *>(qvds_hash_retrieve(&table, &wanted, compare));
@@ -101,6 +105,7 @@ struct typed_table1 : typed<"qvds::hash"> {
     explicit typed_table1(size_t size) : buckets(size), table(buckets) {}
     void clear() { table.clear(); }
     void store(record &r) { table.store(r); }
+    bool insert(record &r) { return table.insert_or_find(r).fresh; }
     const payload *find(uint32_t key) const { return table.find(key); }
     const payload *extract(uint32_t key) { return table.extract(key); }
 };
@@ -147,6 +152,7 @@ struct glib_table : called<"GHashTable">, intrusive<no_hook> {
         table = g_hash_table_new(hash, equal);
     }
     void store(record &r) { g_hash_table_add(table, &r); }
+    bool insert(record &r) { return g_hash_table_add(table, &r) != 0; }
     const payload *find(uint32_t key) const {
         const record wanted = probe(key);
         return static_cast<record *>(g_hash_table_lookup(table, &wanted));
@@ -181,6 +187,9 @@ struct apr_table : called<"apr_hash">, intrusive<no_hook> {
         table = apr_hash_make_custom(memory, hash);
     }
     void store(record &r) { apr_hash_set(table, &r.key, sizeof r.key, &r); }
+    bool insert(record &r) {
+        return apr_hash_get(table, &r.key, sizeof r.key) == nullptr && (store(r), true);
+    }
     const payload *find(uint32_t key) const {
         return static_cast<record *>(apr_hash_get(table, &key, sizeof key));
     }
@@ -224,6 +233,7 @@ struct boost_table : inlined<"Boost unordered_set"> {
         : buckets(size), table(typename set::bucket_traits(buckets.data(), size)) {}
     void clear() { table.clear(); }
     void store(record &r) { table.insert(r); }
+    bool insert(record &r) { return table.insert(r).second; }
     const payload *find(uint32_t key) const {
         const auto at = table.find(key, hash_key(), equal_key());
         return at != table.end() ? &*at : nullptr;
@@ -236,17 +246,27 @@ struct boost_table : inlined<"Boost unordered_set"> {
     void unlink(record &r) { table.erase(table.iterator_to(r)); }
 };
 
-struct std_table : inlined<"std::unordered_multimap"> {
-    using map = std::unordered_multimap<uint32_t, payload *, hash_key>;
+template <literal text, class Map>
+struct standard_table : inlined<text> {
     struct hook {
-        map::iterator at;
+        typename Map::iterator at;
     };
     using record = bench::record<hook>;
-    map table;
+    Map table;
 
-    explicit std_table(size_t size) : table(size) {}
+    explicit standard_table(size_t size) : table(size) {}
     void clear() { table.clear(); }
-    void store(record &r) { r.at = table.emplace(r.key, &r); }
+    void store(record &r) {
+        if constexpr (requires { r.at = table.emplace(r.key, &r); })
+            r.at = table.emplace(r.key, &r);
+        else
+            insert(r);
+    }
+    bool insert(record &r) {
+        const auto [at, fresh] = table.emplace(r.key, &r);
+        r.at = at;
+        return fresh;
+    }
     const payload *find(uint32_t key) const {
         const auto at = table.find(key);
         return at != table.end() ? at->second : nullptr;
@@ -258,6 +278,36 @@ struct std_table : inlined<"std::unordered_multimap"> {
         return found;
     }
     void unlink(record &r) { table.erase(r.at); }
+};
+using std_map =
+    standard_table<"std::unordered_map", std::unordered_map<uint32_t, payload *, hash_key>>;
+using std_multimap = standard_table<"std::unordered_multimap",
+                                    std::unordered_multimap<uint32_t, payload *, hash_key>>;
+
+// Keys and pointers to the records in one array, probed by groups.
+struct absl_table : packed<"absl::flat_hash_map"> {
+    using record = bench::record<no_hook>;
+    absl::flat_hash_map<uint32_t, payload *, hash_key> table;
+    size_t size;
+
+    explicit absl_table(size_t expected) : size(expected) { clear(); }
+    void clear() {
+        table.clear();
+        table.reserve(size); // which a large table forgets when it is cleared
+    }
+    void store(record &r) { table.emplace(r.key, &r); }
+    bool insert(record &r) { return table.emplace(r.key, &r).second; }
+    const payload *find(uint32_t key) const {
+        const auto at = table.find(key);
+        return at != table.end() ? at->second : nullptr;
+    }
+    const payload *extract(uint32_t key) {
+        const auto at = table.find(key);
+        const payload *const found = at->second;
+        table.erase(at);
+        return found;
+    }
+    void unlink(record &r) { table.erase(r.key); }
 };
 
 struct uthash_hook {
@@ -273,6 +323,15 @@ struct uthash_table : inlined<"uthash"> {
     void store(record &r) {
         record *const added = &r;
         HASH_ADD(hh, table, key, sizeof r.key, added);
+    }
+    bool insert(record &r) {
+        record *found = nullptr, *const added = &r;
+        const unsigned hash = hash_of(r.key);
+        HASH_FIND_BYHASHVALUE(hh, table, &r.key, sizeof r.key, hash, found);
+        if (found != nullptr)
+            return false;
+        HASH_ADD_BYHASHVALUE(hh, table, key, sizeof r.key, hash, added);
+        return true;
     }
     const payload *find(uint32_t key) const {
         record *found = nullptr;
@@ -418,6 +477,17 @@ struct store : tables<C, buckets::prime> {
 };
 
 template <class C>
+struct insert : store<C> {
+    using store<C>::store;
+    uint64_t work(size_t set) {
+        uint64_t fresh = 0;
+        for (auto *r : this->pools[set])
+            fresh += this->made[set]->insert(*r);
+        return fresh;
+    }
+};
+
+template <class C>
 struct extract : tables<C, buckets::prime> {
     std::vector<uint32_t> keys;
 
@@ -451,28 +521,39 @@ struct unlink : tables<C, buckets::power_of_two> {
 };
 
 const rows hash_tables = {
-    {"hash/hit", sizes({0.90, 0.95}, {0.80, 0.95}, {0.80, 0.95}),
-     enter<hit, table1, typed_table1, glib_table, apr_table, boost_table<true>, std_table,
-           uthash_table, hand_table>},
-    {"hash/hit-prime", sizes(),
-     enter<hit_prime, table1, typed_table1, glib_table, apr_table, boost_table<false>, std_table,
-           uthash_table>},
+    {"hash/hit",
+     sizes({0.90, 0.95}, {0.80, 0.95}, {0.80, 0.95}),
+     enter<hit, table1, typed_table1, glib_table, apr_table, boost_table<true>, std_map,
+           uthash_table, absl_table, hand_table>,
+     {"GHashTable", "Boost unordered_set"}},
+    {"hash/hit-prime", cached_sizes(),
+     enter<hit_prime, table1, typed_table1, glib_table, apr_table, boost_table<false>, std_map,
+           uthash_table, absl_table>},
     {"hash/miss", sizes({0, 1.0}),
-     enter<miss, table1, typed_table1, glib_table, apr_table, boost_table<true>, std_table,
-           uthash_table, hand_table>},
+     enter<miss, table1, typed_table1, glib_table, apr_table, boost_table<true>, std_map,
+           uthash_table, absl_table, hand_table>},
     {"hash/extract", sizes({0.65, 0.85}),
-     enter<extract, table1, typed_table1, glib_table, apr_table, boost_table<false>, std_table,
-           uthash_table>},
+     enter<extract, table1, typed_table1, glib_table, apr_table, boost_table<false>, std_map,
+           uthash_table, absl_table>},
     {"hash/store", sizes({0.12, 0.5}),
-     enter<store, table1, typed_table1, glib_table, apr_table, boost_table<false>, std_table,
-           uthash_table>},
+     enter<store, table1, typed_table1, glib_table, apr_table, boost_table<false>, std_multimap,
+           uthash_table, absl_table>},
+    {"hash/search-insert", cached_sizes(),
+     enter<insert, table1, typed_table1, glib_table, apr_table, boost_table<false>, std_map,
+           uthash_table, absl_table>},
     {"hash2/unlink", sizes({0.08, 0.6}),
-     enter<unlink, table2, typed_table2, glib_table, apr_table, boost_table<true>, std_table,
-           uthash_table, hand_table2>},
-    {"keyed/hit", sizes({1.25, 2.2}, {}, {}),
-     enter<hit, keyed, typed_keyed, glib_table, apr_table, std_table, uthash_table>},
+     enter<unlink, table2, typed_table2, glib_table, apr_table, boost_table<true>, std_map,
+           uthash_table, absl_table, hand_table2>},
+    {"keyed/hit",
+     sizes({1.25, 2.2}, {}, {}),
+     enter<hit, keyed, typed_keyed, glib_table, apr_table, std_multimap, uthash_table, absl_table>,
+     {"GHashTable", "std::unordered_multimap"}},
     {"keyed/miss", sizes({0.95, 1.8}, {}, {}),
-     enter<miss, keyed, typed_keyed, glib_table, apr_table, std_table, uthash_table>},
+     enter<miss, keyed, typed_keyed, glib_table, apr_table, std_multimap, uthash_table,
+           absl_table>},
+    {"keyed/add", cached_sizes(),
+     enter<store, keyed, typed_keyed, glib_table, apr_table, std_multimap, uthash_table,
+           absl_table>},
 };
 
 } // namespace

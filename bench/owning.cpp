@@ -8,6 +8,7 @@
 #include <cstring>
 #include <glib.h>
 #include <list>
+#include <vector>
 
 using namespace bench;
 
@@ -16,8 +17,8 @@ namespace {
 struct no_hook {};
 using plain = record<no_hook>;
 
-// --- Lists. `add` puts a record before the one in hand, or at the end; `walk` visits all, and
-// `remove_some` takes out a third on the way.
+// --- Lists. `add` puts a record before the one in hand, or in front; `pop` takes it from there, `walk`
+// visits all, and `remove_some` takes out a third on the way.
 
 bool goes(const payload &r) {
     return r.key % 3 == 0;
@@ -36,6 +37,7 @@ struct owning_list : ours<"qvds list_"> {
             return list_push(&r, &head);
         return list_push(&r, &before);
     }
+    const plain *pop() { return static_cast<plain *>(list_pop(&head)); }
     void walk(uint64_t &sum) {
         const auto visit = [](void *hook, int32_t, void *ctx) -> void * {
             fold(*static_cast<uint64_t *>(ctx), static_cast<plain *>(hook)->key);
@@ -63,6 +65,7 @@ struct typed_list : typed<"qvds::list"> {
             return list.push_front(r);
         return list_push(&r, &before);
     }
+    const plain *pop() { return list.pop_front(); }
     void walk(uint64_t &sum) const {
         for (const plain &r : list.walk())
             fold(sum, r.key);
@@ -89,6 +92,11 @@ struct glib_list : called<"GList"> {
         head = g_list_insert_before(head, before, &r);
         return before->prev;
     }
+    const plain *pop() {
+        const auto *const r = static_cast<plain *>(head->data);
+        head = g_list_delete_link(head, head);
+        return r;
+    }
     void walk(uint64_t &sum) {
         const auto visit = [](void *data, void *ctx) {
             fold(*static_cast<uint64_t *>(ctx), static_cast<plain *>(data)->key);
@@ -114,6 +122,11 @@ struct std_list : inlined<"std::list"> {
     place add(plain &r, place before) {
         return list.insert(before == place() ? list.begin() : before, &r);
     }
+    const plain *pop() {
+        const plain *const r = list.front();
+        list.pop_front();
+        return r;
+    }
     void walk(uint64_t &sum) const {
         for (const plain *r : list)
             fold(sum, r->key);
@@ -124,6 +137,36 @@ struct std_list : inlined<"std::list"> {
             fold(sum, r.key);
             at = goes(r) ? list.erase(at) : std::next(at);
         }
+    }
+};
+
+// Its front is the back. In the middle half of it would have to move, so it is filled from a list.
+struct std_vector : packed<"std::vector"> {
+    using place = std_list::place;
+    std_list order;
+    std::vector<plain *> items;
+
+    void clear() {
+        order.clear();
+        items.clear();
+    }
+    place add(plain &r, place before) { return order.add(r, before); }
+    void settle() { items.assign(order.list.rbegin(), order.list.rend()); }
+    void push(plain &r) { items.push_back(&r); }
+    const plain *pop() {
+        const plain *const r = items.back();
+        items.pop_back();
+        return r;
+    }
+    void walk(uint64_t &sum) const {
+        std::for_each(items.rbegin(), items.rend(), [&](const plain *r) { fold(sum, r->key); });
+    }
+    void remove_some(uint64_t &sum) {
+        const auto gone = std::remove_if(items.rbegin(), items.rend(), [&](const plain *r) {
+            fold(sum, r->key);
+            return goes(*r);
+        });
+        items.erase(items.begin(), gone.base());
     }
 };
 
@@ -149,13 +192,33 @@ struct lists {
         for (size_t i = 0; i < places.size(); ++i)
             places[i] = made[set].add(pools[set][i],
                                       i == 0 ? typename C::place() : places[random.below(i)]);
+        if constexpr (requires { made[set].settle(); })
+            made[set].settle();
+    }
+};
+
+template <class C>
+struct list_push_pop : lists<C> {
+    explicit list_push_pop(const instance &at) : lists<C>(at) { this->ops *= 2; }
+    uint64_t work(size_t set) {
+        C &list = this->made[set];
+        uint64_t sum = 0;
+        for (plain *r : this->pools[set])
+            if constexpr (requires { list.push(*r); })
+                list.push(*r);
+            else
+                list.add(*r, {});
+        for (size_t left = this->pools[set].size(); left > 0; --left)
+            fold(sum, list.pop()->key);
+        return sum;
     }
 };
 
 template <class C>
 struct list_walk : lists<C> {
     size_t rounds;
-    explicit list_walk(const instance &at) : lists<C>(at), rounds(at.sets > 1 ? 8 : 1) {
+    explicit list_walk(const instance &at)
+        : lists<C>(at), rounds(std::max<size_t>(8'000 / at.n, 1)) {
         this->ops *= rounds;
         for (size_t set = 0; set < at.sets; ++set)
             this->build(set);
@@ -252,10 +315,14 @@ struct string_hash {
 };
 
 const rows owning = {
-    {"list/walk", sizes({1.5, 1.4}, {0, 1.4}, {0, 1.4}),
-     enter<list_walk, owning_list, typed_list, glib_list, std_list>},
+    {"list/push-pop", cached_sizes(),
+     enter<list_push_pop, owning_list, typed_list, glib_list, std_list, std_vector>},
+    {"list/walk",
+     sizes({1.5, 1.4}, {0, 1.4}, {0, 1.4}),
+     enter<list_walk, owning_list, typed_list, glib_list, std_list, std_vector>,
+     {"GList", "std::list"}},
     {"list/remove-third", sizes({0, 1.05}),
-     enter<list_remove, owning_list, typed_list, glib_list, std_list>},
+     enter<list_remove, owning_list, typed_list, glib_list, std_list, std_vector>},
     {"key/hash_atoi",
      {{"8", 8, {0.80, 0}},
       {"16", 16, {0.40, 0}},

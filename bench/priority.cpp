@@ -195,6 +195,31 @@ using boost_d_ary =
     inlined_queue<"Boost d_ary_heap, 4", boost::heap::d_ary_heap<payload *, boost::heap::arity<4>,
                                                                  boost::heap::compare<later>>>;
 
+// Times beside the pointers, so that a comparison reads no record.
+using timed = std::pair<uint32_t, payload *>;
+struct timed_later {
+    bool operator()(const timed &a, const timed &b) const { return later_time()(a.first, b.first); }
+};
+template <literal text, class Queue>
+struct packed_queue : packed<text> {
+    using record = bench::record<no_hook>;
+    Queue queue;
+
+    explicit packed_queue(size_t) {}
+    void push(record &r) { queue.push({r.key, &r}); }
+    record *top() const { return static_cast<record *>(queue.top().second); }
+    record *pop() {
+        record *const r = top();
+        queue.pop();
+        return r;
+    }
+};
+using std_pairs = packed_queue<"std::priority_queue of pairs",
+                               std::priority_queue<timed, std::vector<timed>, timed_later>>;
+using boost_pairs = packed_queue<
+    "Boost d_ary_heap, 4, of pairs",
+    boost::heap::d_ary_heap<timed, boost::heap::arity<4>, boost::heap::compare<timed_later>>>;
+
 // Queues from whose middle an element can be taken: each hands out a handle.
 template <literal text, class Queue, class Handle>
 struct handle_queue : inlined<text> {
@@ -347,7 +372,7 @@ struct hold : queues<C> {
 
     explicit hold(const instance &at) : queues<C>(at), delays(queries(at, 3)) {
         for (uint32_t &delay : delays)
-            delay *= 512; // as far apart as the keys are
+            delay *= key_distance; // as far apart as the keys are
         this->ops = delays.size();
         for (size_t set = 0; set < at.sets; ++set)
             this->push_all(set);
@@ -449,9 +474,13 @@ struct update : queues<C> {
 
 const rows queues_by_priority = {
     {"heap/pop", sizes({0.55, 0.75}, {0.52, 0.8}, {0.80, 1.1}),
-     enter<pop, heap, bare_typed_heap, callback_heap<false>, std_queue, boost_d_ary>},
-    {"heap/hold", sizes({0.95, 1.1}, {0.70, 1.1}, {0.75, 1.1}),
-     enter<hold, heap, bare_typed_heap, callback_heap<false>, std_queue, boost_d_ary>},
+     enter<pop, heap, bare_typed_heap, callback_heap<false>, std_queue, boost_d_ary, std_pairs,
+           boost_pairs>},
+    {"heap/hold",
+     sizes({0.95, 1.1}, {0.70, 1.1}, {0.75, 1.1}),
+     enter<hold, heap, bare_typed_heap, callback_heap<false>, std_queue, boost_d_ary, std_pairs,
+           boost_pairs>,
+     {"textbook heap", "std::priority_queue"}},
     // A pairing heap puts its work off until something is popped, and here nothing is.
     {"heap/update", sizes({0, 0.9}),
      enter<update, tracking_heap, tracking_typed_heap, callback_heap<true>, event_loop_heap,
@@ -459,9 +488,12 @@ const rows queues_by_priority = {
     {"heap/erase", sizes({0, 0.9}),
      enter<cancel, tracking_heap, tracking_typed_heap, callback_heap<true>, event_loop_heap,
            boost_d_ary_handles>},
-    {"cq/hold", sizes({0.11, 0.14}, {0.10, 0.14}, {0.12, 0.14}),
+    {"cq/hold",
+     sizes({0.11, 0.14}, {0.10, 0.14}, {0.12, 0.14}),
      enter<timers, calendar, typed_calendar, queue_timers<callback_heap<false>>,
-           queue_timers<std_queue>, queue_timers<boost_d_ary>>},
+           queue_timers<std_queue>, queue_timers<boost_d_ary>, queue_timers<std_pairs>,
+           queue_timers<boost_pairs>>,
+     {"textbook heap", "std::priority_queue"}},
     {"cq/cancel", sizes({0.04, 0.3}),
      enter<cancel, calendar, typed_calendar, callback_heap<true>, boost_pairing, pb_ds_pairing>},
 };

@@ -2,9 +2,10 @@
 // and is put in a record for those that compare records.
 #include "data.hpp"
 
-#include <qvds/aa.h>
+#include <qvds/aa.hpp>
 #include <qvds/qv_tree.hpp>
 
+#include <absl/container/btree_map.h>
 #include <boost/intrusive/avl_set.hpp>
 #include <boost/intrusive/bs_set.hpp>
 #include <boost/intrusive/set.hpp>
@@ -40,7 +41,13 @@ int32_t fold_key(void *elem, void *sum) {
     return 0;
 }
 
-// --- Trees with `add`, `find`, `erase`, `walk` and `clear`; some with `kth`.
+// --- Trees with `add`, `find`, `erase`, `walk` and `clear`; some with `lower_bound`, `kth`, `rank`,
+// and `load`, which takes records that ascend. `settle` comes between filling and searching.
+
+template <class Container>
+const payload *at_place(const Container &in, typename Container::const_iterator at) {
+    return at != in.end() ? &*at : nullptr;
+}
 
 struct aa : ours<"qvds AA_"> {
     using record = bench::record<AA_node>;
@@ -58,6 +65,24 @@ struct aa : ours<"qvds AA_"> {
         root = AA_delete(root, &wanted, compare<record>, &out);
     }
     void walk(uint64_t &sum) const { AA_iterate(root, fold_key<record>, &sum); }
+};
+
+struct typed_aa : typed<"qvds::aa_tree"> {
+    struct hook {
+        AA_node node;
+    };
+    using record = bench::record<hook>;
+    qvds::aa_tree<qvds::hook<record, &hook::node>, &record::key> tree;
+
+    void clear() { tree.clear(); }
+    void add(record &r) { (void)tree.insert(r); }
+    const payload *find(uint32_t key) const { return tree.find(key); }
+    const payload *lower_bound(uint32_t key) const { return tree.lower_bound(key); }
+    void erase(uint32_t key) { tree.erase(key); }
+    void walk(uint64_t &sum) const {
+        for (const record &r : tree.walk())
+            fold(sum, r.key);
+    }
 };
 
 struct counted : ours<"qv_tree"> {
@@ -84,6 +109,11 @@ struct counted : ours<"qv_tree"> {
         root = qv_tree_partition(root, static_cast<int32_t>(rank));
         return static_cast<record *>(root->item);
     }
+    void load(const pool<record> &ascending) {
+        for (record *r : ascending)
+            root = qv_tree_join(root, qv_tree_new(r));
+        settle();
+    }
 };
 
 constexpr auto plain_by_key = qvds::item<plain, &plain::key>;
@@ -97,7 +127,10 @@ struct typed_counted : typed<"qvds::counted_tree"> {
     void add(record &r) { (void)tree.insert(r); }
     const payload *find(uint32_t key) const { return tree.find(key); }
     void erase(uint32_t key) { tree.erase(key); }
+    const payload *lower_bound(uint32_t key) const { return at_place(tree, tree.lower_bound(key)); }
     const payload *kth(uint32_t rank) const { return tree.nth(rank); }
+    size_t rank(uint32_t key) const { return tree.rank(key); }
+    void load(const pool<record> &ascending) { (void)tree.load_sorted(ascending); }
 };
 
 struct glib_tree : called<"GTree"> {
@@ -113,6 +146,11 @@ struct glib_tree : called<"GTree"> {
     void erase(uint32_t key) {
         const record wanted = probe<record>(key);
         g_tree_remove(tree, &wanted);
+    }
+    const payload *lower_bound(uint32_t key) const {
+        const record wanted = probe<record>(key);
+        GTreeNode *const node = g_tree_lower_bound(tree, &wanted);
+        return node != nullptr ? static_cast<record *>(g_tree_node_key(node)) : nullptr;
     }
     void walk(uint64_t &sum) const {
         const auto visit = [](void *key, void *, void *ctx) { return fold_key<record>(key, ctx); };
@@ -166,6 +204,13 @@ struct glib_sequence : called<"GSequence"> {
         return found != nullptr ? static_cast<record *>(g_sequence_get(found)) : nullptr;
     }
     void erase(uint32_t key) { g_sequence_remove(at(key)); }
+    size_t rank(uint32_t key) const {
+        return static_cast<size_t>(g_sequence_iter_get_position(at(key)));
+    }
+    void load(const pool<record> &ascending) {
+        for (record *r : ascending)
+            g_sequence_append(sequence, r);
+    }
     const payload *kth(uint32_t rank) {
         return static_cast<record *>(
             g_sequence_get(g_sequence_get_iter_at_pos(sequence, static_cast<int>(rank))));
@@ -180,40 +225,55 @@ struct by_key {
     bool operator()(const payload *a, const payload *b) const { return a->key < b->key; }
 };
 
-template <literal text, class Set>
+// With a hint, a record is to go behind all others.
+template <literal text, class Set, bool hinted = false>
 struct inlined_set : inlined<text> {
     Set set;
 
     void clear() { set.clear(); }
-    void add(auto &r) { set.insert(r); }
+    void add(auto &r) {
+        if constexpr (hinted)
+            set.insert(set.end(), r);
+        else
+            set.insert(r);
+    }
     void walk(uint64_t &sum) const {
         for (const auto &r : set)
             fold(sum, r.key);
     }
 };
 
-struct std_set : inlined_set<"std::set", std::set<payload, by_key>> {
+template <literal text, bool hinted = false>
+struct standard_set : inlined_set<text, std::set<payload, by_key>, hinted> {
     using record = plain;
-    const payload *find(uint32_t key) const {
-        const auto at = set.find(key);
-        return at != set.end() ? &*at : nullptr;
+    const payload *find(uint32_t key) const { return at_place(this->set, this->set.find(key)); }
+    const payload *lower_bound(uint32_t key) const {
+        return at_place(this->set, this->set.lower_bound(key));
     }
-    void erase(uint32_t key) { set.erase(set.find(key)); }
+    void erase(uint32_t key) { this->set.erase(this->set.find(key)); }
 };
+using std_set = standard_set<"std::set">;
+using std_set_hinted = standard_set<"std::set, hint", true>;
 
-template <literal text, class Hook, template <class, class...> class Set>
+template <literal text, class Hook, template <class, class...> class Set, bool hinted = false>
 struct boost_tree
-    : inlined_set<text, Set<record<Hook>, bi::compare<by_key>, bi::constant_time_size<false>>> {
+    : inlined_set<text, Set<record<Hook>, bi::compare<by_key>, bi::constant_time_size<false>>,
+                  hinted> {
     using record = bench::record<Hook>;
     const payload *find(uint32_t key) const {
-        const auto at = this->set.find(key, by_key());
-        return at != this->set.end() ? &*at : nullptr;
+        return at_place(this->set, this->set.find(key, by_key()));
+    }
+    const payload *lower_bound(uint32_t key) const {
+        return at_place(this->set, this->set.lower_bound(key, by_key()));
     }
     void erase(uint32_t key) { this->set.erase(key, by_key()); }
 };
 using normal = bi::link_mode<bi::normal_link>;
 using boost_set = boost_tree<"Boost set", bi::set_base_hook<normal>, bi::set>;
+using boost_set_hinted = boost_tree<"Boost set, hint", bi::set_base_hook<normal>, bi::set, true>;
 using boost_avl_set = boost_tree<"Boost avl_set", bi::avl_set_base_hook<normal>, bi::avl_set>;
+using boost_avl_set_hinted =
+    boost_tree<"Boost avl_set, hint", bi::avl_set_base_hook<normal>, bi::avl_set, true>;
 
 struct bsd_hook {
     RB_ENTRY(bench::record<bsd_hook>) link;
@@ -234,6 +294,10 @@ struct bsd_tree : inlined<"RB"> {
     record *find(uint32_t key) const {
         record wanted = probe<record>(key);
         return RB_FIND(bsd_head, const_cast<bsd_head *>(&head), &wanted);
+    }
+    const payload *lower_bound(uint32_t key) const {
+        record wanted = probe<record>(key);
+        return RB_NFIND(bsd_head, const_cast<bsd_head *>(&head), &wanted);
     }
     void erase(uint32_t key) { RB_REMOVE(bsd_head, &head, find(key)); }
     void walk(uint64_t &sum) {
@@ -260,7 +324,82 @@ struct pb_ds_tree : inlined<"pb_ds tree"> {
         const payload wanted = probe<payload>(key);
         tree.erase(&wanted);
     }
+    const payload *lower_bound(uint32_t key) const {
+        const payload wanted = probe<payload>(key);
+        const auto at = tree.lower_bound(&wanted);
+        return at != tree.end() ? *at : nullptr;
+    }
     const payload *kth(uint32_t rank) { return *tree.find_by_order(rank); }
+    size_t rank(uint32_t key) const {
+        const payload wanted = probe<payload>(key);
+        return tree.order_of_key(&wanted);
+    }
+    void load(const pool<record> &ascending) {
+        for (record *r : ascending)
+            tree.insert(r);
+    }
+};
+
+// Keys and pointers to the records, packed into nodes of many.
+template <literal text, bool hinted = false>
+struct b_tree : packed<text> {
+    using record = plain;
+    using items = absl::btree_map<uint32_t, const payload *>;
+    items map;
+
+    const payload *record_at(items::const_iterator at) const {
+        return at != map.end() ? at->second : nullptr;
+    }
+    void clear() { map.clear(); }
+    void add(record &r) {
+        if constexpr (hinted)
+            map.insert(map.end(), {r.key, &r});
+        else
+            map.insert({r.key, &r});
+    }
+    const payload *find(uint32_t key) const { return record_at(map.find(key)); }
+    const payload *lower_bound(uint32_t key) const { return record_at(map.lower_bound(key)); }
+    void erase(uint32_t key) { map.erase(key); }
+    void walk(uint64_t &sum) const {
+        for (const auto &[key, r] : map)
+            fold(sum, r->key);
+    }
+};
+using absl_btree = b_tree<"absl::btree_map">;
+using absl_btree_hinted = b_tree<"absl::btree_map, hint", true>;
+
+// Into its middle nothing is added, and nothing is taken out there: each time half of it would move.
+struct sorted_vector : packed<"sorted std::vector"> {
+    using record = plain;
+    using item = std::pair<uint32_t, const payload *>;
+    std::vector<item> items;
+
+    void clear() { items.clear(); }
+    void add(record &r) { items.emplace_back(r.key, &r); }
+    void settle() { std::sort(items.begin(), items.end()); }
+    auto place(uint32_t key) const {
+        return std::lower_bound(items.begin(), items.end(), key,
+                                [](const item &i, uint32_t k) { return i.first < k; });
+    }
+    const payload *find(uint32_t key) const {
+        const auto at = place(key);
+        return at != items.end() && at->first == key ? at->second : nullptr;
+    }
+    const payload *lower_bound(uint32_t key) const {
+        const auto at = place(key);
+        return at != items.end() ? at->second : nullptr;
+    }
+    void walk(uint64_t &sum) const {
+        for (const item &i : items)
+            fold(sum, i.second->key);
+    }
+    const payload *kth(uint32_t rank) const { return items[rank].second; }
+    size_t rank(uint32_t key) const { return static_cast<size_t>(place(key) - items.begin()); }
+    void load(const pool<record> &ascending) {
+        items.reserve(ascending.size());
+        for (record *r : ascending)
+            add(*r);
+    }
 };
 
 // A perfectly balanced tree, and a descent without a branch but for the match.
@@ -339,21 +478,53 @@ struct trees {
     }
 };
 
-template <class C>
-struct find : trees<C> {
+// Looks for the keys of records that are there, or for others.
+template <class C, bool present>
+struct search : trees<C> {
     std::vector<std::vector<uint32_t>> keys;
 
-    explicit find(const instance &at)
-        : trees<C>(at),
-          keys(per_set(at, [&](uint64_t set) { return keys_of_ranks(queries(at, set)); })) {
-        this->ops = keys[0].size();
-        for (size_t set = 0; set < at.sets; ++set)
+    explicit search(const instance &at) : trees<C>(at) {
+        for (size_t set = 0; set < at.sets; ++set) {
+            keys.push_back(queries(at, set));
+            for (uint32_t &key : keys.back())
+                key = present ? key_of_rank(key) : absent_key(key);
             this->fill(set, at.n);
+        }
+        this->ops = keys[0].size();
     }
+};
+
+template <class C>
+struct find : search<C, true> {
+    using search<C, true>::search;
     uint64_t work(size_t set) {
         uint64_t sum = 0;
-        for (const uint32_t key : keys[set])
+        for (const uint32_t key : this->keys[set])
             fold(sum, this->made[set].find(key)->serial);
+        return sum;
+    }
+};
+
+template <class C>
+struct lower_bound : search<C, false> {
+    using search<C, false>::search;
+    uint64_t work(size_t set) {
+        uint64_t sum = 0;
+        for (const uint32_t key : this->keys[set]) {
+            const payload *const found = this->made[set].lower_bound(key);
+            fold(sum, found != nullptr ? found->serial : 1);
+        }
+        return sum;
+    }
+};
+
+template <class C>
+struct rank_of : search<C, true> {
+    using search<C, true>::search;
+    uint64_t work(size_t set) {
+        uint64_t sum = 0;
+        for (const uint32_t key : this->keys[set])
+            fold(sum, this->made[set].rank(key));
         return sum;
     }
 };
@@ -373,6 +544,17 @@ struct kth : trees<C> {
         for (const uint32_t rank : ranks[set])
             fold(sum, this->made[set].kth(rank)->serial);
         return sum;
+    }
+};
+
+// All at once, in ascending order.
+template <class C>
+struct load : trees<C, true> {
+    using trees<C, true>::trees;
+    void prepare(size_t set) { this->made[set].clear(); }
+    uint64_t work(size_t set) {
+        this->made[set].load(this->pools[set]);
+        return 0;
     }
 };
 
@@ -463,40 +645,36 @@ struct walk : trees<C> {
 
 // --- Chains to be balanced: what ascending insertion leaves, nodes one behind another in memory.
 
-template <literal text, side where, size_t limit>
-struct counted_chains : contestant<text, where> {
-    std::vector<qv_tree *> nodes, roots;
+template <literal text, side where>
+struct counted_chain : contestant<text, where> {
+    std::vector<qv_tree *> nodes;
+    qv_tree *root = &qv_tree_null;
 
-    explicit counted_chains(size_t n) : nodes(n), roots(limit == 0 ? 1 : (n + limit - 1) / limit) {
+    explicit counted_chain(size_t n) : nodes(n) {
         for (qv_tree *&node : nodes)
             node = qv_tree_new(nullptr);
         // Rows that ran before this one leave malloc to hand out what lies about.
         std::sort(nodes.begin(), nodes.end());
     }
-    ~counted_chains() { std::for_each(nodes.begin(), nodes.end(), std::free); }
+    ~counted_chain() { std::for_each(nodes.begin(), nodes.end(), std::free); }
     void chain() {
-        const size_t length = limit == 0 ? nodes.size() : limit;
+        root = &qv_tree_null;
         for (size_t i = nodes.size(); i-- > 0;) {
-            const bool last = i + 1 == nodes.size() || (i + 1) % length == 0;
             nodes[i]->left = &qv_tree_null;
-            nodes[i]->right = last ? &qv_tree_null : nodes[i + 1];
-            nodes[i]->count = 1 + nodes[i]->right->count;
-            if (i % length == 0)
-                roots[i / length] = nodes[i];
+            nodes[i]->right = root;
+            nodes[i]->count = 1 + root->count;
+            root = nodes[i];
         }
     }
     void balance() {
-        for (qv_tree *&root : roots)
-            if constexpr (where == side::typed)
-                qvds::counted_tree_view<plain_by_key>(root).balance();
-            else
-                root = qv_tree_balance(root);
+        if constexpr (where == side::typed)
+            qvds::counted_tree_view<plain_by_key>(root).balance();
+        else
+            root = qv_tree_balance(root);
     }
 };
-
-using one_chain = counted_chains<"qv_tree", side::ours, 0>;
-using typed_chain = counted_chains<"qvds::counted_tree", side::typed, 0>;
-using short_chains = counted_chains<"qv_tree, 1,000 at a time", side::called, 1'000>;
+using one_chain = counted_chain<"qv_tree", side::ours>;
+using typed_chain = counted_chain<"qvds::counted_tree", side::typed>;
 
 struct boost_chain : inlined<"Boost bs_set"> {
     using record = bench::record<bi::bs_set_base_hook<bi::link_mode<bi::normal_link>>>;
@@ -532,29 +710,49 @@ struct balance {
 };
 
 const rows ordered_trees = {
-    {"counted/find", sizes({0.85, 0.6}, {0.72, 0.55}, {1.0, 0.80}),
-     enter<find, counted, typed_counted, glib_tree, search_tree, glib_sequence, pb_ds_tree>},
-    {"counted/delete", sizes({0.80, 0.78}, {0.68, 0.68}, {1.0, 0.78}),
-     enter<erase, counted, typed_counted, glib_tree, search_tree, glib_sequence, pb_ds_tree>},
+    {"counted/find",
+     sizes({0.85, 0.6}, {0.72, 0.55}, {1.0, 0.80}),
+     enter<find, counted, typed_counted, search_tree, glib_sequence, pb_ds_tree, absl_btree,
+           sorted_vector>,
+     {"tsearch", "pb_ds tree"}},
+    {"counted/lower-bound", cached_sizes(),
+     enter<lower_bound, typed_counted, glib_tree, pb_ds_tree, absl_btree, sorted_vector>},
     {"counted/kth", sizes({1.0, 0.9}, {0.92, 0.9}, {0.80, 0.9}),
-     enter<kth, counted, typed_counted, glib_sequence, pb_ds_tree>},
+     enter<kth, counted, typed_counted, glib_sequence, pb_ds_tree, sorted_vector>},
+    {"counted/rank", cached_sizes({0, 0.9}),
+     enter<rank_of, typed_counted, glib_sequence, pb_ds_tree, sorted_vector>},
+    {"counted/insert-random", cached_sizes(),
+     enter<insert_random, counted, typed_counted, glib_sequence, pb_ds_tree>},
+    {"counted/delete", sizes({0.80, 0.78}, {0.68, 0.68}, {1.0, 0.78}),
+     enter<erase, counted, typed_counted, search_tree, glib_sequence, pb_ds_tree, absl_btree>},
+    {"counted/load", sizes({0, 0.3}),
+     enter<load, counted, typed_counted, glib_sequence, pb_ds_tree, sorted_vector>},
     {"counted/balance", sizes({0, 0.55}, {0, 0.36}, {0, 0.34}),
      enter<balance, one_chain, typed_chain, boost_chain>},
-    {"counted/balance-growth",
-     {{"L", 2'000'000, {1.2, 0}}},
-     enter<balance, one_chain, short_chains>},
-    {"aa/find", sizes({0.50, 0.65}, {0.42, 0.62}, {0.40, 0.85}),
-     enter<find, aa, glib_tree, search_tree, std_set, boost_set, boost_avl_set, bsd_tree,
-           hand_tree>},
-    {"aa/insert-random", sizes({0.80, 1.5}, {0.55, 1.5}, {0, 0}),
-     enter<insert_random, aa, glib_tree, search_tree, std_set, boost_set, boost_avl_set, bsd_tree>},
-    {"aa/insert-ascending", sizes({1.1, 1.8}, {0.55, 1.5}, {0, 0}),
-     enter<insert_ascending, aa, glib_tree, search_tree, std_set, boost_set, boost_avl_set,
-           bsd_tree>},
-    {"aa/delete", sizes({1.0, 1.5}, {0.92, 1.3}, {0.82, 1.3}),
-     enter<erase, aa, glib_tree, search_tree, std_set, boost_set, boost_avl_set, bsd_tree>},
-    {"aa/walk", sizes({0.60, 0.80}, {0.62, 0.42}, {0.45, 0.22}),
-     enter<walk, aa, glib_tree, search_tree, std_set, boost_set, boost_avl_set, bsd_tree>},
+    {"aa/find",
+     sizes({0.50, 0.60}, {0.42, 0.45}, {0.40, 0.55}),
+     enter<find, aa, typed_aa, glib_tree, search_tree, std_set, boost_set, boost_avl_set, bsd_tree,
+           absl_btree, sorted_vector, hand_tree>,
+     {"tsearch", "Boost set"}},
+    {"aa/lower-bound", sizes({0, 0.60}, {0, 0.45}, {0, 0.55}),
+     enter<lower_bound, typed_aa, glib_tree, std_set, boost_set, boost_avl_set, bsd_tree,
+           absl_btree, sorted_vector>},
+    {"aa/insert-random", sizes({0.80, 1.1}, {0.55, 0.9}, {}),
+     enter<insert_random, aa, typed_aa, glib_tree, search_tree, std_set, boost_set, boost_avl_set,
+           bsd_tree, absl_btree>},
+    {"aa/insert-ascending", sizes({1.1, 1.0}, {0.55, 1.5}, {}),
+     enter<insert_ascending, aa, typed_aa, glib_tree, search_tree, std_set, boost_set,
+           boost_avl_set, bsd_tree, absl_btree>},
+    // Ascending, and whoever takes a hint is told so.
+    {"aa/append", cached_sizes(),
+     enter<insert_ascending, aa, typed_aa, std_set_hinted, boost_set_hinted, boost_avl_set_hinted,
+           absl_btree_hinted>},
+    {"aa/delete", sizes({1.0, 1.3}, {0.92, 1.0}, {0.82, 1.3}),
+     enter<erase, aa, typed_aa, glib_tree, search_tree, std_set, boost_set, boost_avl_set, bsd_tree,
+           absl_btree>},
+    {"aa/walk", sizes({0.60, 0.50}, {0.62, 0.20}, {0.45, 0.22}),
+     enter<walk, aa, typed_aa, glib_tree, search_tree, std_set, boost_set, boost_avl_set, bsd_tree,
+           absl_btree, sorted_vector>},
 };
 
 } // namespace
