@@ -282,7 +282,7 @@ class driver {
             }
             break;
         case walk_form::iterate: {
-            result =
+            void *const result =
                 test::iterate(&list.c_record(), [&](const void *hook, int32_t index) -> void * {
                     visit(hook);
                     require(index == expected.index);

@@ -113,6 +113,7 @@ TEST_F(TypedCq, RefusesWhatIsTooFarAndLeavesTheTimerAsItIs) {
     EXPECT_FALSE(cal.reschedule(one, seconds(std::numeric_limits<double>::quiet_NaN())));
     EXPECT_FALSE(cal.schedule(two, std::chrono::hours::max()));
 
+    EXPECT_TRUE(cal.scheduled(one));
     EXPECT_EQ(cal.deadline(one), deadline);
     EXPECT_FALSE(cal.scheduled(two));
     EXPECT_TRUE(cal.schedule(two, std::chrono::hours::min() + 1h));
@@ -234,12 +235,15 @@ TEST_F(TypedCq, EraseGivesTheNextPlaceAndRemoveIfHandsOutWhatIsOut) {
 TEST_F(TypedCq, MovesAndSwapsWithDaysAndTime) {
     qvds::days<3> other_days;
     calendar other(other_days, 7ms, at(1s));
-    other.advance(at(1010ms), note_nothing);
+    other.advance(at(1'010'001us), note_nothing);
     EXPECT_TRUE(cal.schedule(one, 5ms));
     EXPECT_TRUE(other.schedule(two, 5ms));
     swap(cal, other);
-    EXPECT_EQ(cal.deadline(two), at(1015ms));
-    EXPECT_EQ(advance(1015ms), ids{2});
+    EXPECT_EQ(cal.now(), at(1010ms));
+    EXPECT_EQ(cal.deadline(two), at(1016ms));
+    EXPECT_TRUE(cal.schedule(three, 5ms));
+    EXPECT_EQ(cal.deadline(three), at(1016ms)) << "part of a tick has passed here, too";
+    EXPECT_EQ(advance(1016ms), (ids{2, 3}));
     cal = std::move(other);
     EXPECT_TRUE(cal.scheduled(one));
     EXPECT_EQ(advance(5ms), ids{1});
