@@ -363,6 +363,18 @@ TEST(AaTree, TakesNullWhereItSaysSo) {
     AA_free(nullptr);
 }
 
+TEST(AaTree, StepsThatRebalanceLeaveOtherLevelsAlone) {
+    for (const size_t level : {1U, 3U}) {
+        AA_node child{level, nullptr, nullptr}, right{2, nullptr, &child};
+        AA_node skewed{2, &child, nullptr}, split{2, nullptr, &right};
+        EXPECT_EQ(qvds::core::aa_skew(&skewed), &skewed) << "over a left child at " << level;
+        EXPECT_EQ(qvds::core::aa_split(&split), &split) << "over a grandchild at " << level;
+    }
+    AA_node left{1, nullptr, nullptr}, right{5, nullptr, nullptr}, low_enough{2, &left, &right};
+    qvds::core::aa_decrease_level(&low_enough);
+    EXPECT_EQ(right.level, 5U);
+}
+
 TEST(AaTree, FollowsThePlainTreeInAllOrders) {
     std::array<size_t, 7> keys{0, 1, 2, 3, 4, 5, 6};
     for (const Way *way : {&by_c, &by_core})

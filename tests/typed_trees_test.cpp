@@ -560,6 +560,14 @@ TEST_P(TypedCountedTree, APolicyMendsAChainThatItFinds) {
     table.clear();
 }
 
+TEST(TypedCountedTreeHeight, IsThatOfTheLongestWayAlsoInTheLesserSubtree) {
+    std::vector<Word> words = even_words(12);
+    counted_tree table;
+    for (const size_t i : {4, 3, 2, 1, 0, 8, 6, 10, 5, 7, 9, 11})
+        EXPECT_TRUE(table.insert(words[i]).fresh);
+    EXPECT_EQ(table.height(), 5U);
+}
+
 template <uint32_t c>
 void expect_short(auto order) {
     qvds::counted_tree<&Word::number, qvds::core::natural_order, qvds::balance_beyond<c>> table;
