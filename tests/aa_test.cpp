@@ -260,15 +260,6 @@ TEST(AaTree, InsertOfAnEqualNodeGivesNullAndTheStoredNode) {
     AA_free(root);
 }
 
-TEST(AaTree, InsertionsInOrderMakeAPerfectTree) {
-    for (const std::vector<int> &keys : {std::vector{1, 2, 3, 4, 5, 6, 7}, {7, 6, 5, 4, 3, 2, 1}}) {
-        AA_node *const root = tree_of(keys);
-        EXPECT_EQ(picture(root), "4(2(1@1 3@1)@2 6(5@1 7@1)@2)@3");
-        EXPECT_EQ(check_aa_levels(root), sound);
-        AA_free(root);
-    }
-}
-
 // Deletions can leave such nodes. The two above the new one are left alone here.
 TEST(AaTree, InsertionMendsANodeThatWasOutOfOrderBefore) {
     std::deque<Record> nodes;

@@ -136,6 +136,7 @@ TEST_F(Node, CursorToleratesNull) {
 // -- Stack and queues
 
 struct lifo {
+    static constexpr const char *name = "Lifo";
     using header = qvds_lifo;
     static constexpr auto init = qvds_lifo_init;
     static constexpr auto push = qvds_lifo_push;
@@ -146,6 +147,7 @@ struct lifo {
     static constexpr header spoilt{stray};
 };
 struct fifo {
+    static constexpr const char *name = "Fifo";
     using header = qvds_list;
     static constexpr auto init = qvds_fifo_init;
     static constexpr auto push = qvds_fifo_push;
@@ -157,6 +159,7 @@ struct fifo {
     static constexpr header spoilt{stray, stray};
 };
 struct fifo2 : fifo {
+    static constexpr const char *name = "Fifo2";
     static constexpr auto push = qvds_fifo2_push;
     static constexpr auto insert = qvds_fifo2_insert;
     static constexpr auto insert_sorted = qvds_fifo2_insert_sorted;
@@ -168,9 +171,7 @@ struct fifo2 : fifo {
 struct FamilyName {
     template <class Family>
     static std::string GetName(int /*index*/) {
-        if (std::is_same_v<Family, lifo>)
-            return "Lifo";
-        return std::is_same_v<Family, fifo> ? "Fifo" : "Fifo2";
+        return Family::name;
     }
 };
 

@@ -71,16 +71,6 @@ TEST(CountedTree, FailedInsertionLeavesTheTreeAsItIs) {
     });
 }
 
-TEST(CountedTree, OnlyInsertionsThatAddANodeAllocate) {
-    int item = 0;
-    qv_tree *t = qv_tree_insert(none, compare_addresses, &item);
-    EXPECT_EQ(test::live_blocks(), 1U);
-    EXPECT_EQ(qv_tree_insert(t, compare_addresses, &item), t);
-    EXPECT_EQ(test::live_blocks(), 1U);
-    EXPECT_EQ(qv_tree_delete(t, compare_addresses, &item), none);
-    EXPECT_EQ(test::live_blocks(), 0U);
-}
-
 TEST(TypedCountedTree, FailedInsertionIsAResult) {
     Item items[]{{1}, {2}};
     test::for_each_failing_allocation([&](const test::FailingAlloc &failing) {

@@ -20,6 +20,7 @@ using std::ranges::bidirectional_range;
 // -- The families, and where their names differ
 
 struct lifo {
+    static constexpr const char *name = "Lifo";
     template <auto Hook, class Disposal = qvds::core::leave_elements>
     using of = qvds::lifo<Hook, Disposal>;
     static void add(auto &stack, auto &elem) { stack.push(elem); }
@@ -27,6 +28,7 @@ struct lifo {
     static auto *first(auto &stack) { return stack.top(); }
 };
 struct fifo {
+    static constexpr const char *name = "Fifo";
     template <auto Hook, class Disposal = qvds::core::leave_elements>
     using of = qvds::fifo<Hook, Disposal>;
     static void add(auto &queue, auto &elem) { queue.push_front(elem); }
@@ -34,10 +36,12 @@ struct fifo {
     static auto *first(auto &queue) { return queue.front(); }
 };
 struct fifo2 : fifo {
+    static constexpr const char *name = "Fifo2";
     template <auto Hook, class Disposal = qvds::core::leave_elements>
     using of = qvds::fifo2<Hook, Disposal>;
 };
 struct sloppy {
+    static constexpr const char *name = "Sloppy";
     template <auto Hook, class Disposal = qvds::core::leave_elements>
     using of = qvds::sloppy<Hook, Disposal>;
     static void add(auto &list, auto &elem) { list.push_front(elem); }
@@ -50,11 +54,7 @@ struct sloppy {
 struct FamilyName {
     template <class Family>
     static std::string GetName(int /*index*/) {
-        if (std::is_same_v<Family, sloppy>)
-            return "Sloppy";
-        if (std::is_same_v<Family, lifo>)
-            return "Lifo";
-        return std::is_same_v<Family, fifo> ? "Fifo" : "Fifo2";
+        return Family::name;
     }
 };
 
