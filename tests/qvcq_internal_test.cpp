@@ -21,11 +21,13 @@ TEST(Ring, FailedInitLeavesARecordThatHoldsNothing) {
 
 TEST(Ring, NoneIsMadeWithoutMemory) {
     test::for_each_failing_allocation([](const test::FailingAlloc &failing) {
-        EXPECT_EQ(qvds::ring::make(16, 3).has_value(), !failing.failed());
+        const bool made = qvds::ring::make(16, 3).has_value();
+        EXPECT_EQ(made, !failing.failed());
         EXPECT_EQ(test::live_blocks(), 0U);
     });
     test::for_each_failing_allocation([](const test::FailingAlloc &failing) {
-        EXPECT_EQ(qvds::ring_of<int>::make(3).has_value(), !failing.failed());
+        const bool made = qvds::ring_of<int>::make(3).has_value();
+        EXPECT_EQ(made, !failing.failed());
         EXPECT_EQ(test::live_blocks(), 0U);
     });
 }
