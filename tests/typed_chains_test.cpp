@@ -362,6 +362,7 @@ TEST_F(TypedFifo2, InsertsBeforeAPlace) {
     jobs.clear();
     jobs.insert(jobs.end(), zero);
     EXPECT_EQ(priorities(jobs), ints{0});
+    jobs.unlink(zero);
 }
 
 using TypedSloppy = ChainOf<sloppy>;

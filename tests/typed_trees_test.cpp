@@ -537,7 +537,7 @@ TEST_P(TypedCountedTree, APolicyMendsAChainThatItFinds) {
 TEST(TypedCountedTreeHeight, IsThatOfTheLongestWayAlsoInTheLesserSubtree) {
     std::vector<Word> words = even_words(12);
     counted_tree table;
-    for (const size_t i : {4, 3, 2, 1, 0, 8, 6, 10, 5, 7, 9, 11})
+    for (const size_t i : {4U, 3U, 2U, 1U, 0U, 8U, 6U, 10U, 5U, 7U, 9U, 11U})
         EXPECT_TRUE(table.insert(words[i]).fresh);
     EXPECT_EQ(table.height(), 5U);
 }
