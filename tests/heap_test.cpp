@@ -74,7 +74,7 @@ class Heap : public testing::Test {
 };
 
 TEST_F(Heap, InitMakesAnEmptyHeap) {
-    qvds_heap fresh;
+    qvds_heap fresh{nullptr, 7, 7, nullptr, nullptr};
     qvds_heap_init(&fresh, slots, by_rank, swap_items, 8);
     EXPECT_EQ(fresh.slots, slots);
     EXPECT_EQ(fresh.count, 0U);

@@ -81,7 +81,8 @@ TEST(KeyFunctions, DoubleFuncTakesTheFirstEmptyBucketOfItsSequence) {
     } const cases[] = {
         {10, 7, {}, 3},     {10, 7, {3}, 0}, // 3 + 4 * 1
         {10, 7, {3, 0}, 4}, {3, 8, {3}, 7},  // the sequence goes between 3 and 7
-        {3, 8, {3, 7}, 3},  {0, 1, {}, 0},   {5, 1, {0}, 0},
+        {3, 8, {3, 7}, 3},  {0, 1, {}, 0},
+        {5, 1, {0}, 0},     {10, 7, {3, 0, 4, 1, 5, 2}, 6}, // which the last probe finds
     };
     for (const auto &[key, size, filled, slot] : cases) {
         std::vector<list_link *> buckets(static_cast<size_t>(size));

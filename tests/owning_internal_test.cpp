@@ -108,21 +108,30 @@ struct NumberEqual {
     bool operator()(const int *a, const int *b) const { return *a == *b; }
 };
 
+struct Value {
+    Value() { ++living; }
+    ~Value() { --living; }
+    static inline int living = 0;
+};
+
 TEST(Owning, ATableWithoutMemoryForMoreBucketsStaysAsItIs) {
     const size_t blocks = live_blocks();
     {
-        auto table = qvds::keyed_hash<int *, int, NumberHash, NumberEqual>::make(1);
+        auto table = qvds::keyed_hash<int *, Value, NumberHash, NumberEqual, void,
+                                      qvds::dispose_with_delete>::make(1);
         for (const int key : {1, 2, 3})
-            ASSERT_TRUE(table.add(&number[key], number[key]));
+            ASSERT_TRUE(table.add(&number[key], *new Value));
         const size_t blocks_of_three = live_blocks();
         for_each_failing_allocation([&](const FailingAlloc &failing) {
             const bool moved = table.rehash(5);
             EXPECT_EQ(moved, !failing.failed());
             EXPECT_EQ(table.bucket_count(), moved ? 5U : 1U);
             EXPECT_EQ(table.count(), 3U);
+            EXPECT_EQ(Value::living, 3) << "a table that moves disposes of nothing";
             EXPECT_EQ(live_blocks(), blocks_of_three);
         });
     }
+    EXPECT_EQ(Value::living, 0);
     EXPECT_EQ(live_blocks(), blocks);
 }
 

@@ -230,16 +230,18 @@ TEST(TypedHash, AKnownHashSparesTheCall) {
 }
 
 TEST(TypedHash, HashAndEqualityMayHaveState) {
-    struct EqualUpTo {
+    struct UpTo {
         int tolerance;
-        bool operator()(int a, int b) const { return std::abs(a - b) <= tolerance; }
+        bool operator()(int wanted, int stored) const {
+            return stored <= wanted && wanted - stored <= tolerance;
+        }
     };
     struct Divided {
         int divisor;
         size_t operator()(int priority) const { return static_cast<size_t>(priority / divisor); }
     };
     qvds::buckets<4> array, other_array;
-    single<Divided, EqualUpTo> table(array, {10}, {3}), other(other_array, {20}, {0});
+    single<Divided, UpTo> table(array, {10}, {3}), other(other_array, {20}, {0});
     Job twelve{12}, fifteen{15};
     EXPECT_TRUE(table.insert_or_find(twelve).fresh);
     EXPECT_EQ(table.insert_or_find(fifteen).where, &twelve);

@@ -98,10 +98,13 @@ TEST_F(TypedHeap, ComparisonMayHaveState) {
         std::unique_ptr<ints> of = std::make_unique<ints>(ints{0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
     };
     EXPECT_EQ(sorted(tasks, qvds::heap<Task, &Task::rank, nullptr, MoveOnly>(room)).front(), 9);
-    bool (*const less)(int, int) noexcept = [](int a, int b) noexcept { return a < b; };
-    EXPECT_EQ(sorted(tasks, qvds::heap<Task, &Task::rank, nullptr, bool (*)(int, int)>(room, less))
-                  .front(),
-              9);
+    using by_function = qvds::heap<Task, &Task::rank, nullptr, bool (*)(int, int)>;
+    qvds::heap_slots<8> other_room;
+    by_function falling(room, [](int a, int b) noexcept { return a < b; });
+    by_function rising(other_room, [](int a, int b) noexcept { return a > b; });
+    swap(falling, rising);
+    EXPECT_EQ(sorted(tasks, std::move(rising)).front(), 9);
+    EXPECT_EQ(sorted(tasks, std::move(falling)).front(), 1);
     int calls = 0;
     auto counting = [calls](int a, int b) mutable { return ++calls, a < b; };
     qvds::heap<Task, &Task::rank, nullptr, decltype(counting)> counted(room, counting);

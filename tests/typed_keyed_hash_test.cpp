@@ -96,6 +96,15 @@ TEST_F(TypedKeyedHash, WalksMayBeNestedAndLeftByAnException) {
     EXPECT_EQ(jobs.count(), 3U);
 }
 
+TEST_F(TypedKeyedHash, APredicateThatErasesItsEntryLeavesNothingToErase) {
+    const auto erase_it = [this](const auto &entry) {
+        jobs.erase(entry);
+        return true;
+    };
+    EXPECT_EQ(jobs.erase_if(erase_it), 0U);
+    EXPECT_EQ(jobs.count(), 0U);
+}
+
 TEST_F(TypedKeyedHash, ServesCAndCppInTurn) {
     EXPECT_EQ(hash_find_element(&jobs.c_record(), "three"), &three);
     char key[] = "four";
