@@ -47,7 +47,11 @@ AA_node *AA_dup(const AA_node *root, size_t size) {
             memcpy(copy + 1, node + 1, size);
         return copy;
     };
-    return core::aa_dup(root, clone, release);
+    AA_node *copy = nullptr; // needs no guard, as nothing throws here
+    if (core::aa_dup_into(copy, root, clone))
+        return copy;
+    AA_free(copy);
+    return nullptr;
 }
 
 AA_node *AA_insert(AA_node *root, void *node, qvds_compare_fn compare, AA_node **dup) {
