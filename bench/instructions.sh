@@ -118,7 +118,7 @@ TEXT
 prove() {
     rm -rf "$work/slip"
     mkdir "$work/slip"
-    cp -R CMakeLists.txt cmake include src bench "$work/slip"
+    cp -R CMakeLists.txt cmake include src gdb bench "$work/slip"
     source=$work/slip/src/chains/lifo.cpp
     sed -i 's/^void \*qvds_lifo_push(.*{/&\n    asm volatile("nop; nop; nop");/' "$source"
     ! cmp -s "$source" src/chains/lifo.cpp || {
