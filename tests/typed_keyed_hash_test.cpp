@@ -107,7 +107,7 @@ TEST_F(TypedKeyedHash, APredicateThatErasesItsEntryLeavesNothingToErase) {
 
 TEST_F(TypedKeyedHash, ServesCAndCppInTurn) {
     EXPECT_EQ(hash_find_element(&jobs.c_record(), "three"), &three);
-    char key[] = "four";
+    static char key[] = "four"; // which the fixture looks at once more, as it goes
     Job four{4};
     EXPECT_GE(hash_add(&jobs.c_record(), key, &four), 0);
     EXPECT_EQ(jobs.find("four"), &four);
