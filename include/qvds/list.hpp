@@ -58,17 +58,8 @@ QVDS_HIDDEN inline list_link *first_met(list_link *link) noexcept {
     return link;
 }
 
-// Marks a link as removed, for the end of the walk that is under way.
-QVDS_HIDDEN inline void mark_removed(list_link *head, list_link *link) noexcept {
-    link->state |= LIST_STATE_DELETED;
-    head->reserved = 1;
-}
-
 // A walk under way. Begun on an empty list it counts nothing, so that it must not end anything
 // either: a link that was added meanwhile may be in another walk.
-//
-// At its end, links that wait to be unlinked are looked for only if the head notes that there are
-// any. Who has marked one by hand leaves no note; where the walk meets it, it does that itself.
 template <class Element>
 class list_walk {
   public:
@@ -81,13 +72,12 @@ class list_walk {
         using reference = Element &;
 
         iterator() = default;
-        iterator(list_link *link, list_link **head) noexcept : link_(link), head_(head) { skip(); }
+        explicit iterator(list_link *link) noexcept : link_(link) {}
 
         reference operator*() const noexcept { return *static_cast<Element *>(link_->hook); }
         pointer operator->() const noexcept { return static_cast<Element *>(link_->hook); }
         iterator &operator++() noexcept {
-            step();
-            skip();
+            link_ = first_met(link_->next);
             return *this;
         }
         iterator operator++(int) noexcept {
@@ -101,19 +91,7 @@ class list_walk {
         list_link *link() const noexcept { return link_; }
 
       private:
-        // Goes on until a link is met that is live and holds an element.
-        void skip() noexcept {
-            while (link_ != nullptr && (!is_live(link_) || link_->hook == nullptr))
-                step();
-        }
-        void step() noexcept {
-            if (!is_live(link_))
-                (*head_)->reserved = 1;
-            link_ = link_->next;
-        }
-
         list_link *link_ = nullptr;
-        list_link **head_ = nullptr;
     };
 
     explicit list_walk(list_link **head) noexcept : head_(head), counted_(*head != nullptr) {
@@ -122,15 +100,11 @@ class list_walk {
     list_walk(const list_walk &) = delete;
     list_walk &operator=(const list_walk &) = delete;
     ~list_walk() {
-        if (!counted_)
-            return;
-        if ((*head_)->reserved != 0)
+        if (counted_)
             list_iter_clear(head_);
-        else
-            --(*head_)->iters;
     }
 
-    iterator begin() const noexcept { return {counted_ ? *head_ : nullptr, head_}; }
+    iterator begin() const noexcept { return iterator(counted_ ? first_met(*head_) : nullptr); }
     iterator end() const noexcept { return {}; }
 
   private:
@@ -191,8 +165,7 @@ class list {
     }
 
     /// Begins a walk: a range over the elements, first to last, that ends the walk when it goes.
-    /// See above for what is allowed meanwhile. Ending the outermost walk is linear if something was
-    /// removed, else constant time.
+    /// See above for what is allowed meanwhile. Ending the outermost walk is linear.
     [[nodiscard]] walk_type walk() &noexcept { return walk_type(head_.get()); }
     [[nodiscard]] const_walk_type walk() const &noexcept { return const_walk_type(bookkeeping()); }
     walk_type walk() && = delete;
@@ -302,7 +275,7 @@ class list {
     /// of a walk has it. Constant time in a walk, linear outside.
     void erase(list_link &link) noexcept {
         const walk_type ends_here(head_.get());
-        core::mark_removed(c_record(), &link);
+        link.state |= LIST_STATE_DELETED;
     }
 
     /// Removes every element for which predicate is true, and hands a pointer to each to dispose
@@ -315,7 +288,7 @@ class list {
         for (auto at = under_way.begin(); at != under_way.end(); ++at) {
             if (!predicate(*at) || !core::is_live(at.link()))
                 continue;
-            core::mark_removed(c_record(), at.link());
+            at.link()->state |= LIST_STATE_DELETED;
             ++removed;
             dispose(&*at);
         }
