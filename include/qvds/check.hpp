@@ -14,21 +14,18 @@
 ///
 /// Nothing here writes, and nothing here throws but the callables that a container was given.
 
+#include <qvds/aa.hpp>
 #include <qvds/core/check.hpp>
 #include <qvds/fifo.hpp>
 #include <qvds/fifo2.hpp>
 #include <qvds/hash.hpp>
-#include <qvds/keyed_hash.hpp>
-#include <qvds/list.hpp>
-#include <qvds/qvcq.hpp>
-
-#include <qvds/lifo.hpp>
-#include <qvds/sloppy.hpp>
-
 #include <qvds/heap.hpp>
-
-#include <qvds/aa.hpp>
+#include <qvds/keyed_hash.hpp>
+#include <qvds/lifo.hpp>
+#include <qvds/list.hpp>
 #include <qvds/qv_tree.hpp>
+#include <qvds/qvcq.hpp>
+#include <qvds/sloppy.hpp>
 
 namespace qvds {
 

@@ -118,10 +118,6 @@ concept slot_of = std::is_null_pointer_v<decltype(Slot)> || requires(T &elem) {
 template <auto Slot>
 inline constexpr bool keeps_slots = !std::is_null_pointer_v<decltype(Slot)>;
 
-template <class Compare>
-inline constexpr bool without_state =
-    std::is_empty_v<Compare> &&std::is_default_constructible_v<Compare>;
-
 // What the core must know of the elements.
 template <class T, auto Projection, auto Slot, class Compare>
 struct heap_items {
@@ -190,7 +186,7 @@ QVDS_HIDDEN constexpr uint32_t slots_in(std::span<void *> room) noexcept {
 template <class Items, class Compare, bool keeps_slots>
 struct heap_record : qvds_heap {
     constexpr heap_record() noexcept : qvds_heap{} {
-        if constexpr (without_state<Compare>)
+        if constexpr (stateless<Compare>)
             compare = Items::compare_for_c;
         if constexpr (keeps_slots)
             swap = Items::swap_for_c;
@@ -398,7 +394,7 @@ class heap {
 
     template <class Order>
     static constexpr void check_has_c_record() {
-        static_assert(is_view || core::without_state<Order>,
+        static_assert(is_view || core::stateless<Order>,
                       "qvds::heap: C can't call a comparison with state, so this heap has no "
                       "c_record()");
     }

@@ -19,18 +19,16 @@
 #include <qvds/hash.hpp>
 #include <qvds/hash2.hpp>
 
+// What waits for its turn or its time.
+#include <qvds/cq.hpp>
+#include <qvds/heap.hpp>
+
 // Containers that allocate their own links and stay valid while they are walked.
 #include <qvds/keyed_hash.hpp>
 #include <qvds/list.hpp>
 
 // Ring of messages.
 #include <qvds/qvcq.hpp>
-
-// What is due next.
-#include <qvds/heap.hpp>
-
-// What waits for its turn or its time.
-#include <qvds/cq.hpp>
 
 // Search trees.
 #include <qvds/aa.hpp>

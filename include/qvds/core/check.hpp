@@ -12,9 +12,8 @@
 #include <qvds/heap.h>
 #include <qvds/keyed_hash.h>
 #include <qvds/lifo.h>
-#include <qvds/qvcq.h>
-
 #include <qvds/qv_tree.h>
+#include <qvds/qvcq.h>
 
 namespace qvds {
 

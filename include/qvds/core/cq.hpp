@@ -16,9 +16,9 @@
 // that is done, the divisions for a bucket are felt as well: of powers of two, they are a shift and a
 // mask.
 //
-// That walk fires while it stands in the bucket, and so cannot bear that fire deletes the
-// entry behind. What fires all days that have come (cq_collect) first moves what is due, of all
-// these days, to a chain behind a dummy entry:
+// The walk of a day fires while it stands in the bucket, and so cannot bear that fire deletes the
+// entry behind. What fires all days that have come (cq_collect) first moves what is due, of all these
+// days, to a chain behind a dummy entry:
 //
 //     dummy <-> first <-> ... <-> last -> null
 //

@@ -38,8 +38,12 @@ concept of_one_sign =
     !std::integral<A> || !std::integral<B> || std::signed_integral<A> == std::signed_integral<B>;
 
 template <class T>
-concept character_pointer = std::same_as < std::decay_t<T>,
-char * > || std::same_as<std::decay_t<T>, const char *>;
+inline constexpr bool character_pointer =
+    std::is_same_v<std::decay_t<T>, char *> || std::is_same_v<std::decay_t<T>, const char *>;
+
+// What C can call by its type alone.
+template <class Callable>
+concept stateless = std::is_empty_v<Callable> && std::is_default_constructible_v<Callable>;
 
 // Orders by <=> where the two have it, else by <.
 struct natural_order {

@@ -19,9 +19,6 @@ struct insertion {
     bool fresh;
 };
 
-template <class Callable>
-concept stateless = std::is_empty_v<Callable> && std::is_default_constructible_v<Callable>;
-
 // The type of a key. That of a member is known while the element's type is not complete yet.
 template <class T, auto Projection>
 struct projected {
