@@ -218,7 +218,6 @@ class driver {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz::program program(data, size);
-    for (driver driver(program); !program.has_ended(); driver.expect_as_modelled())
-        driver.take_step();
+    fuzz::run<driver>(program);
     return 0;
 }

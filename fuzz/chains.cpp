@@ -1,34 +1,19 @@
 // The stack and the two queues, beside a vector.
 
+#include "linked_item.hpp"
 #include "program.hpp"
 
 #include <qvds/check.hpp>
 #include <qvds/node.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <vector>
 
 namespace {
 
-using fuzz::require;
+using fuzz::require, fuzz::item, fuzz::item_at, fuzz::by_key, fuzz::stray;
 
-struct item {
-    int key = 0;
-    qvds_node link{};
-};
 using items = std::vector<item *>;
-
-char stray; // what the links of an element name that is in no chain yet
-
-item *item_at(void *link) {
-    return link != nullptr
-               ? reinterpret_cast<item *>(static_cast<char *>(link) - offsetof(item, link))
-               : nullptr;
-}
-int32_t by_key(const void *a, const void *b) {
-    return item_at(const_cast<void *>(a))->key - item_at(const_cast<void *>(b))->key;
-}
 
 // The families: the class, and what C calls the same operations.
 struct stack {
@@ -330,12 +315,6 @@ class driver {
     items model, other_model;
 };
 
-template <class Family>
-void run(fuzz::program &program) {
-    for (driver<Family> driver(program); !program.has_ended(); driver.expect_as_modelled())
-        driver.take_step();
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -343,14 +322,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     enum class family { stack, queue, queue2, count };
     switch (program.one_of<family>()) {
     case family::stack:
-        run<stack>(program);
+        fuzz::run<driver<stack>>(program);
         break;
     case family::queue:
-        run<queue>(program);
+        fuzz::run<driver<queue>>(program);
         break;
     case family::queue2:
     case family::count:
-        run<queue2>(program);
+        fuzz::run<driver<queue2>>(program);
         break;
     }
     return 0;

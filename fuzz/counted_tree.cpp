@@ -234,19 +234,13 @@ class driver {
     scores model, other_model;
 };
 
-template <class Balance>
-void run(fuzz::program &program) {
-    for (driver<Balance> driver(program); !program.has_ended(); driver.expect_as_modelled())
-        driver.take_step();
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz::program program(data, size);
     if (program.one_of_two())
-        run<qvds::balance_never>(program);
+        fuzz::run<driver<qvds::balance_never>>(program);
     else
-        run<qvds::balance_beyond<2>>(program);
+        fuzz::run<driver<qvds::balance_beyond<2>>>(program);
     return 0;
 }

@@ -76,6 +76,13 @@ void require_same(Iterator at, Sentinel end, const Addresses &expected, int line
     require(at == end, line, file);
 }
 
+// Takes the steps of a program with a driver of its own, and compares with the model after each.
+template <class Driver>
+void run(program &steps) {
+    for (Driver driver(steps); !steps.has_ended(); driver.expect_as_modelled())
+        driver.take_step();
+}
+
 } // namespace fuzz
 
 // What the fuzzer, or a test in programs_test.cpp, calls with each input. Returns 0.

@@ -1,33 +1,18 @@
 // The headerless list, beside a vector and the element that the handle should name.
 
+#include "linked_item.hpp"
 #include "program.hpp"
 
 #include <qvds/check.hpp>
 
 #include <algorithm>
-#include <cstddef>
 #include <vector>
 
 namespace {
 
-using fuzz::require;
+using fuzz::require, fuzz::item, fuzz::item_at, fuzz::by_key, fuzz::stray;
 
-struct item {
-    int key = 0;
-    qvds_node link{};
-};
 using items = std::vector<item *>;
-
-char stray; // what the links of an element name that is in no list yet
-
-item *item_at(void *link) {
-    return link != nullptr
-               ? reinterpret_cast<item *>(static_cast<char *>(link) - offsetof(item, link))
-               : nullptr;
-}
-int32_t by_key(const void *a, const void *b) {
-    return item_at(const_cast<void *>(a))->key - item_at(const_cast<void *>(b))->key;
-}
 
 enum class step {
     insert,
@@ -262,7 +247,6 @@ class driver {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz::program program(data, size);
-    for (driver driver(program); !program.has_ended(); driver.expect_as_modelled())
-        driver.take_step();
+    fuzz::run<driver>(program);
     return 0;
 }

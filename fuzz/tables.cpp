@@ -1,35 +1,22 @@
 // The hash tables over the caller's buckets, beside a map from keys to the elements that have them,
 // newest first. A growing table, which C does not know, is a third family.
 
+#include "linked_item.hpp"
 #include "program.hpp"
 
 #include <qvds/check.hpp>
 #include <qvds/hash2.hpp>
 
 #include <algorithm>
-#include <cstddef>
 #include <deque>
 #include <map>
 #include <vector>
 
 namespace {
 
-using fuzz::require;
+using fuzz::require, fuzz::item, fuzz::item_at, fuzz::by_key;
 
-struct item {
-    int key = 0;
-    qvds_node link{};
-};
 using items = std::deque<item *>;
-
-item *item_at(void *link) {
-    return link != nullptr
-               ? reinterpret_cast<item *>(static_cast<char *>(link) - offsetof(item, link))
-               : nullptr;
-}
-int32_t by_key(const void *a, const void *b) {
-    return item_at(const_cast<void *>(a))->key - item_at(const_cast<void *>(b))->key;
-}
 
 // Keys share chains whatever the number of buckets.
 struct weak_hash {
@@ -314,12 +301,6 @@ class driver {
     std::map<int, items> model;
 };
 
-template <class Family>
-void run(fuzz::program &program) {
-    for (driver<Family> driver(program); !program.has_ended(); driver.expect_as_modelled())
-        driver.take_step();
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -327,14 +308,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     enum class family { single, twofold, growing, count };
     switch (program.one_of<family>()) {
     case family::single:
-        run<single>(program);
+        fuzz::run<driver<single>>(program);
         break;
     case family::twofold:
-        run<twofold>(program);
+        fuzz::run<driver<twofold>>(program);
         break;
     case family::growing:
     case family::count:
-        run<growing>(program);
+        fuzz::run<driver<growing>>(program);
         break;
     }
     return 0;
