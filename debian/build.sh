@@ -5,7 +5,7 @@
 set -eu
 work=$1 suite=bookworm
 PATH=$PATH:/usr/sbin:/sbin
-export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
+export LC_ALL=C.UTF-8
 version=$(sed -n '1s/.*(\(.*\)-.*).*/\1/p' debian/changelog)
 source=qvds-$version
 
@@ -21,6 +21,13 @@ fail() {
 [ "$(sed -n 's/^## \([0-9.]*\).*/\1/p' CHANGELOG.md | head -n 1)" = "$version" ] ||
     fail "debian/changelog is about $version, CHANGELOG.md about another version"
 
+# within COMMAND...: runs a command in the system in $work/now, with nothing of the environment that
+# this script runs in.
+within() {
+    chroot "$work/now" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 \
+        DEBIAN_FRONTEND=noninteractive "$@"
+}
+
 # system NAME PACKAGE...: archives a system where there is none, the bare one with packages.
 system() {
     name=$1
@@ -33,9 +40,9 @@ system() {
             fail "debootstrap failed, see $work/debootstrap.log"
     else
         again bare
-        chroot "$work/now" apt-get install -y -qq --no-install-recommends "$@" \
-            >"$work/apt.log" 2>&1 || fail "apt-get failed, see $work/apt.log"
-        chroot "$work/now" apt-get clean
+        within apt-get install -y -qq --no-install-recommends "$@" >"$work/apt.log" 2>&1 ||
+            fail "apt-get failed, see $work/apt.log"
+        within apt-get clean
     fi
     tar -c -C "$work/now" -f "$work/unfinished.tar" .
     mv "$work/unfinished.tar" "$work/$name.tar"
@@ -70,8 +77,8 @@ git archive --prefix="$source/" --output="$work/now/build/qvds_$version.orig.tar
 git archive --prefix="$source/" HEAD | tar -x -C "$work/now/build"
 chown -R 65534:65534 "$work/now/build"
 inside() {
-    chroot --userspec=65534:65534 "$work/now" env -C "/build/$source" HOME=/build \
-        DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS:-}" "$@"
+    within env -C "/build/$source" HOME=/build DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS:-}" \
+        setpriv --reuid=65534 --regid=65534 --clear-groups "$@"
 }
 inside dpkg-buildpackage -us -uc >"$work/build.log" 2>&1 || {
     tail -n 40 "$work/build.log"
@@ -92,19 +99,19 @@ content() {
     (cd "$work/now" && find . -path ./tmp/try -prune -o -path ./var/lib/dpkg -prune -o \
         -printf '%p %y %l\n' | LC_ALL=C sort)
 }
-tester() {
-    chroot "$work/now" env HOME=/tmp/try AUTOPKGTEST_TMP=/tmp/try "$@"
+try() {
+    within env HOME=/tmp/try AUTOPKGTEST_TMP=/tmp/try "$@"
 }
 mkdir "$work/now/tmp/try"
 git archive HEAD | tar -x -C "$work/now/tmp/try"
 content >"$work/before"
 cp "$work/packages/"libqvds*.deb "$work/now/tmp/try"
-tester sh -c 'dpkg --install /tmp/try/libqvds1_*.deb /tmp/try/libqvds-dev_*.deb' >"$work/try.log"
-tester env -C /tmp/try debian/tests/consumer >>"$work/try.log"
-tester dpkg --purge libqvds-dev >>"$work/try.log"
-tester /tmp/try/programs/from_c # which needs the shared library alone
-tester dpkg --purge libqvds1 >>"$work/try.log"
-! tester /tmp/try/programs/from_c 2>/dev/null || fail "a program runs without the library"
+try sh -c 'dpkg --install /tmp/try/libqvds1_*.deb /tmp/try/libqvds-dev_*.deb' >"$work/try.log"
+try env -C /tmp/try debian/tests/consumer >>"$work/try.log"
+try dpkg --purge libqvds-dev >>"$work/try.log"
+try /tmp/try/programs/from_c # which needs the shared library alone
+try dpkg --purge libqvds1 >>"$work/try.log"
+! try /tmp/try/programs/from_c 2>/dev/null || fail "a program runs without the library"
 content | diff "$work/before" - || fail "this has been left after removal"
 rm -rf "$work/now"
 
