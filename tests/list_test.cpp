@@ -320,19 +320,20 @@ TEST_F(List, ReadersPassOverDeletedLinksFromWhicheverLink) {
     ASSERT_EQ(show(head), "(1) 2 (3) 4 (5) ");
     const struct {
         size_t from, next; // 5 for none
-        const void *peeked, *even;
+        const void *peeked, *four;
         int length;
     } cases[] = {
-        {0, 1, &element[2], &element[2], 2}, {1, 3, &element[2], &element[2], 2},
+        {0, 1, &element[2], &element[4], 2}, {1, 3, &element[2], &element[4], 2},
         {2, 3, &element[4], &element[4], 1}, {3, 5, &element[4], &element[4], 1},
         {4, 5, nullptr, nullptr, 0},         {5, 5, nullptr, nullptr, 0},
     };
-    for (const auto &[from, next, peeked, even, length] : cases) {
+    for (const auto &[from, next, peeked, four, length] : cases) {
         list_link *const link = link_at(head, from);
         EXPECT_EQ(list_next(link), link_at(head, next)) << from;
         EXPECT_EQ(list_peek(link), peeked) << from;
-        EXPECT_EQ(list_find_element(&element[2], link, is_multiple), even) << from;
-        EXPECT_EQ(list_find_link(&element[4], link), length > 0 ? link_at(head, 3) : nullptr);
+        EXPECT_EQ(list_find_element(&element[4], link, is_multiple), four) << from;
+        EXPECT_EQ(list_find_element(&element[3], link, is_multiple), nullptr) << from;
+        EXPECT_EQ(list_find_link(&element[4], link), four != nullptr ? link_at(head, 3) : nullptr);
         EXPECT_EQ(list_find_link(&element[3], link), nullptr) << from;
         EXPECT_EQ(list_length(link), length) << from;
     }
