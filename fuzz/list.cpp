@@ -110,6 +110,13 @@ enum class walk_form { typed, iterate, iterate_del, count };
 class driver {
   public:
     explicit driver(fuzz::program &input) : program(input) {}
+    driver(const driver &) = delete;
+    driver &operator=(const driver &) = delete;
+    // What fails inside a walk of C leaves it by an exception, and then the list can't be emptied.
+    ~driver() {
+        for (list_link *&head = list.c_record(); head != nullptr && head->iters != 0;)
+            list_iter_clear(&head);
+    }
 
     void take_step() {
         in_c = program.one_of_two();
