@@ -45,11 +45,15 @@
  *   while there are any that the library marked.
  *
  * A program may also mark a link itself, by setting LIST_STATE_DELETED in its `state`, before or
- * during a walk. A list_iter_clear has it unlinked and freed when the outermost walk ends, and so
- * has a list_iterate, list_iterate_del, hash_iterate or hash_iterate_del that met it: that found it
- * marked when it came to the link, or right after the link's own visit. What such a walk does not
- * meet stays until a later one does: a link that is marked by hand once the walk has passed it, or
- * one behind the place where the walk was stopped.
+ * during a walk. When the outermost walk ends, all marked links are unlinked and freed, wherever
+ * they stand, if one of these is true of it or of a walk inside it:
+ * - it ended with list_iter_clear;
+ * - an operation has removed something meanwhile;
+ * - a list_iterate, list_iterate_del, hash_iterate or hash_iterate_del met a marked link: found it
+ *   marked when it came to the link, or right after the link's own visit.
+ *
+ * Else what is marked stays until the end of a later walk of which one of these is true: a link that
+ * was marked once the walk had passed it, or one behind the place where the walk was stopped.
  */
 
 #include <qvds/base.h>
