@@ -355,4 +355,25 @@ TEST_F(Sloppy, CheckNamesTheBrokenInvariant) {
     EXPECT_EQ(check_sloppy(&b), (fault{2, &c}));
 }
 
+// A queue with two links to an element can be read as a headerless list, too.
+TEST(LongChain, IsWalkedInBothDirections) {
+    std::vector<qvds_node> many(70'000);
+    qvds_node *const first = &many.front(), *const last = &many.back();
+    qvds_list queue{};
+    for (qvds_node &node : many)
+        qvds_fifo2_append(&queue, &node);
+    EXPECT_EQ(qvds_sloppy_first(last), first);
+    EXPECT_EQ(qvds_sloppy_last(first), last);
+    EXPECT_EQ(qvds_sloppy_count(first), many.size());
+    const auto is_same = [](const void *key, const void *elem) { return key == elem ? 0 : 1; };
+    EXPECT_EQ(qvds_sloppy_find(first, last, is_same), last);
+    size_t visits = 0;
+    const auto count = [](void *, void *ctx) {
+        ++*static_cast<size_t *>(ctx);
+        return 0;
+    };
+    EXPECT_EQ(qvds_node_reverse_enum(&queue, count, &visits), 0);
+    EXPECT_EQ(visits, many.size());
+}
+
 } // namespace
