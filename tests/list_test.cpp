@@ -390,6 +390,7 @@ TEST_F(List, HoldsSeventyThousand) {
     const list_link *const inserted = list_insert(last, &head, ascending);
     EXPECT_EQ(list_length(head), count);
     EXPECT_EQ(list_find_link(last, head), inserted);
+    EXPECT_EQ(list_find_element(last, head, hash_intcmp), last);
     int copied = 0;
     void **const table = list_2_table(head, &copied);
     EXPECT_EQ(copied, count);

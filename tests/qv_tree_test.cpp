@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "fault.hpp"
 #include "support.hpp"
@@ -356,6 +357,9 @@ TEST(CountedTree, ChainsNeedNoStackButForWalks) {
             root = qv_tree_balance(root);
             EXPECT_EQ(root->left->count, root->count / 2);
             EXPECT_EQ(check_qv_tree(root, compare_addresses), sound);
+            qv_tree *const less = std::exchange(root->left, none);
+            root->count -= less->count;
+            EXPECT_EQ(qv_tree_join(less, root)->count, chain.size() + 1);
         }
         return nullptr;
     };
