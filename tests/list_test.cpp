@@ -398,7 +398,7 @@ TEST_F(List, HoldsSeventyThousand) {
     std::free(table);
 
     list_iter_set(head);
-    iterate_del(&head, [&](void *hook, int32_t) { return hook != last ? 1 : 0; });
+    iterate_del(&head, [=](void *, int32_t index) { return index != count - 1 ? 1 : 0; });
     EXPECT_EQ(list_peek(head), last);
     EXPECT_EQ(list_del(last, &head, hash_intcmp), last);
     list_iter_clear(&head);
