@@ -114,8 +114,10 @@ class driver {
     driver &operator=(const driver &) = delete;
     // What fails inside a walk of C leaves it by an exception, and then the list can't be emptied.
     ~driver() {
-        for (list_link *&head = list.c_record(); head != nullptr && head->iters != 0;)
+        if (list_link *&head = list.c_record(); head != nullptr) {
+            head->iters = 1;
             list_iter_clear(&head);
+        }
     }
 
     void take_step() {
