@@ -136,7 +136,6 @@ TEST_F(Node, CursorToleratesNull) {
 // -- Stack and queues
 
 struct lifo {
-    static constexpr const char *name = "Lifo";
     using header = qvds_lifo;
     static constexpr auto init = qvds_lifo_init;
     static constexpr auto push = qvds_lifo_push;
@@ -147,7 +146,6 @@ struct lifo {
     static constexpr header spoilt{stray};
 };
 struct fifo {
-    static constexpr const char *name = "Fifo";
     using header = qvds_list;
     static constexpr auto init = qvds_fifo_init;
     static constexpr auto push = qvds_fifo_push;
@@ -159,20 +157,12 @@ struct fifo {
     static constexpr header spoilt{stray, stray};
 };
 struct fifo2 : fifo {
-    static constexpr const char *name = "Fifo2";
     static constexpr auto push = qvds_fifo2_push;
     static constexpr auto insert = qvds_fifo2_insert;
     static constexpr auto insert_sorted = qvds_fifo2_insert_sorted;
     static constexpr auto extract = qvds_fifo2_extract;
     static constexpr auto cut = qvds_fifo2_cut;
     static constexpr auto check = qvds::core::check_fifo2;
-};
-
-struct FamilyName {
-    template <class Family>
-    static std::string GetName(int /*index*/) {
-        return Family::name;
-    }
 };
 
 template <class Family>
@@ -193,7 +183,7 @@ struct ChainOf : testing::Test {
 template <class Family>
 struct Chain : ChainOf<Family> {};
 using Chains = testing::Types<lifo, fifo, fifo2>;
-TYPED_TEST_SUITE(Chain, Chains, FamilyName);
+TYPED_TEST_SUITE(Chain, Chains);
 
 TYPED_TEST(Chain, InitMakesAnEmptyOne) {
     EXPECT_EQ(TypeParam::init(&this->other), 0);
@@ -222,7 +212,7 @@ TYPED_TEST(Chain, CutMovesTheElementAndAllBehindItIntoAnyHeader) {
 template <class Family>
 struct Queue : ChainOf<Family> {};
 using Queues = testing::Types<fifo, fifo2>;
-TYPED_TEST_SUITE(Queue, Queues, FamilyName);
+TYPED_TEST_SUITE(Queue, Queues);
 
 TYPED_TEST(Queue, InsertAddsAtTheFrontBehindNullOrInAnEmptyQueue) {
     TypeParam::insert(&this->chain, nullptr, &this->absent);

@@ -20,7 +20,6 @@ using std::ranges::bidirectional_range;
 // -- The families, and where their names differ
 
 struct lifo {
-    static constexpr const char *name = "Lifo";
     template <auto Hook, class Disposal = qvds::core::leave_elements>
     using of = qvds::lifo<Hook, Disposal>;
     static void add(auto &stack, auto &elem) { stack.push(elem); }
@@ -28,7 +27,6 @@ struct lifo {
     static auto *first(auto &stack) { return stack.top(); }
 };
 struct fifo {
-    static constexpr const char *name = "Fifo";
     template <auto Hook, class Disposal = qvds::core::leave_elements>
     using of = qvds::fifo<Hook, Disposal>;
     static void add(auto &queue, auto &elem) { queue.push_front(elem); }
@@ -36,12 +34,10 @@ struct fifo {
     static auto *first(auto &queue) { return queue.front(); }
 };
 struct fifo2 : fifo {
-    static constexpr const char *name = "Fifo2";
     template <auto Hook, class Disposal = qvds::core::leave_elements>
     using of = qvds::fifo2<Hook, Disposal>;
 };
 struct sloppy {
-    static constexpr const char *name = "Sloppy";
     template <auto Hook, class Disposal = qvds::core::leave_elements>
     using of = qvds::sloppy<Hook, Disposal>;
     static void add(auto &list, auto &elem) { list.push_front(elem); }
@@ -49,13 +45,6 @@ struct sloppy {
         return list.extract_if([](const auto &) { return true; });
     }
     static auto *first(auto &list) { return list.first(); }
-};
-
-struct FamilyName {
-    template <class Family>
-    static std::string GetName(int /*index*/) {
-        return Family::name;
-    }
 };
 
 template <class Family>
@@ -96,7 +85,7 @@ struct ChainOf : testing::Test {
 template <class Family>
 struct TypedChain : ChainOf<Family> {};
 using Families = testing::Types<lifo, fifo, fifo2, sloppy>;
-TYPED_TEST_SUITE(TypedChain, Families, FamilyName);
+TYPED_TEST_SUITE(TypedChain, Families);
 
 TYPED_TEST(TypedChain, NothingIsInAnEmptyOne) {
     auto &empty = this->made_at_compile_time;
@@ -256,7 +245,7 @@ TYPED_TEST(TypedChain, HoldsSeventyThousandElements) {
 template <class Family>
 struct TypedQueue : ChainOf<Family> {};
 using Queues = testing::Types<lifo, fifo, fifo2>;
-TYPED_TEST_SUITE(TypedQueue, Queues, FamilyName);
+TYPED_TEST_SUITE(TypedQueue, Queues);
 
 TYPED_TEST(TypedQueue, SortsByAnyComparisonAndProjection) {
     this->jobs.clear();
@@ -281,7 +270,7 @@ struct TypedSingleLink : ChainOf<Family> {
     static_assert(!bidirectional_range<typename ChainOf<Family>::chain>);
 };
 using SingleLinks = testing::Types<lifo, fifo>;
-TYPED_TEST_SUITE(TypedSingleLink, SingleLinks, FamilyName);
+TYPED_TEST_SUITE(TypedSingleLink, SingleLinks);
 
 TYPED_TEST(TypedSingleLink, ACursorTakesOutAndAddsOnItsWay) {
     Job four{4}, five{5};
@@ -340,7 +329,7 @@ struct TypedDoubleLink : ChainOf<Family> {
     static_assert(bidirectional_range<const typename ChainOf<Family>::chain>);
 };
 using DoubleLinks = testing::Types<fifo2, sloppy>;
-TYPED_TEST_SUITE(TypedDoubleLink, DoubleLinks, FamilyName);
+TYPED_TEST_SUITE(TypedDoubleLink, DoubleLinks);
 
 TYPED_TEST(TypedDoubleLink, ErasesWhileItWalks) {
     for (auto at = this->jobs.begin(); at != this->jobs.end();)

@@ -57,24 +57,15 @@ void add_in_random_order(Tree &tree, std::vector<Word> &words) {
 // -- What holds for both
 
 struct aa {
-    static constexpr const char *name = "AaTree";
     template <class T, auto Key = qvds::core::identity{}, class Compare = qvds::core::natural_order,
               class Disposal = qvds::core::leave_elements>
     using of = qvds::aa_tree<qvds::hook<T, &T::node>, Key, Compare, Disposal>;
 };
 struct counted {
-    static constexpr const char *name = "CountedTree";
     template <class T, auto Key = qvds::core::identity{}, class Compare = qvds::core::natural_order,
               class Disposal = qvds::core::leave_elements>
     using of = qvds::counted_tree<qvds::item<T, Key>, Compare, qvds::balance_never, Disposal>;
 };
-struct FamilyName {
-    template <class Family>
-    static std::string GetName(int /*index*/) {
-        return Family::name;
-    }
-};
-
 template <class Family>
 struct TypedTree : testing::Test {
     using tree = typename Family::template of<Word, &Word::number>;
@@ -98,7 +89,7 @@ struct TypedTree : testing::Test {
     static constinit inline tree made_at_compile_time;
 };
 using Families = testing::Types<aa, counted>;
-TYPED_TEST_SUITE(TypedTree, Families, FamilyName);
+TYPED_TEST_SUITE(TypedTree, Families);
 
 TYPED_TEST(TypedTree, NothingIsInAnEmptyOne) {
     auto &empty = this->made_at_compile_time;
