@@ -246,6 +246,14 @@ TEST(AaTree, DupCopiesShapeLevelsAndPayloads) {
     EXPECT_EQ(picture(copy), original);
     AA_free(copy);
     EXPECT_EQ(AA_dup(nullptr, payload), nullptr);
+
+    const std::string text(100, 'x');
+    auto *const large = static_cast<AA_node *>(AA_new(text.size()));
+    text.copy(reinterpret_cast<char *>(large + 1), text.size());
+    AA_node *const large_copy = AA_dup(large, text.size());
+    EXPECT_EQ(std::string(reinterpret_cast<const char *>(large_copy + 1), text.size()), text);
+    AA_free(large);
+    AA_free(large_copy);
 }
 
 TEST(AaTree, InsertOfAnEqualNodeGivesNullAndTheStoredNode) {
