@@ -2,7 +2,7 @@
 # usage: headers.sh INCLUDE_DIR CC CXX: each public header compiles alone and without a warning, as
 # C11, C++17 and C++20, and includes freestanding headers only; each typed header as C++20 and C++23,
 # also without exceptions and run-time types, and so does every member of every typed class.
-# Dropping a new root draws a warning.
+# Dropping a new root or an allocation draws a warning.
 set -eu
 include=$1 cc=$2 cxx=$3 failures=0
 tests=$(dirname "$0")
@@ -53,15 +53,22 @@ for options in "-std=c++20 $without" '-std=c++2b'; do
 done
 
 # gcc looks at results only when it generates code, so -fsyntax-only won't do.
-for call in 'AA_insert(0, 0, 0, 0)' 'qv_tree_insert(&qv_tree_null, 0, 0)'; do
-    unit="#include <qvds/qvds.h>
-void drop(void);
-void drop(void) { $call; }"
-    for compiler in "$cc -x c -std=c11" "$cxx -x c++ -std=c++17"; do
-        # shellcheck disable=SC2086 # a command and its options
-        echo "$unit" | $compiler -pedantic -I "$include" -S -o /dev/null - 2>&1 |
-            grep -q unused-result || fail "$compiler lets the result of $call be dropped"
-    done
+calls='AA_new(0) AA_dup(0,0) AA_insert(0,0,0,0) AA_delete(0,0,0,0) qv_tree_new(0) qv_tree_insert(t,0,0)
+    qv_tree_delete(t,0,0) qv_tree_rotate_left(t) qv_tree_rotate_right(t) qv_tree_partition(t,0)
+    qv_tree_balance(t) qv_tree_join(t,t) hash_create(0,0,0,0) list_2_table(0,0)'
+unit=$(
+    printf '#include <qvds/qvds.h>\nvoid drop(qv_tree *t);\nvoid drop(qv_tree *t) {\n(void)t;\n'
+    # shellcheck disable=SC2086 # a list of calls
+    printf '%s;\n' $calls
+    echo '}'
+)
+for compiler in "$cc -x c -std=c11" "$cxx -x c++ -std=c++17"; do
+    # shellcheck disable=SC2086 # a command and its options
+    seen=$(echo "$unit" | $compiler -pedantic -I "$include" -S -o /dev/null - 2>&1 |
+        grep -c 'Wunused-result' || true)
+    # shellcheck disable=SC2086 # a list of calls
+    [ "$seen" = "$(printf '%s\n' $calls | wc -l)" ] ||
+        fail "$compiler warns of $seen dropped results alone"
 done
 
 exit "$((failures > 0))"
