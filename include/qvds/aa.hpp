@@ -40,7 +40,7 @@
 /// Unless something else is said, an operation costs the height of the tree, which is below
 /// 2 log2(n + 1) after insertions alone and may be left higher by deletions, and throws only what
 /// the comparison and the projection throw; these must leave the tree alone, and where one throws,
-/// the tree is as it was. erase, clear_and_dispose, duplicate and count take stack for the height.
+/// the tree is as it was. clear_and_dispose, duplicate and count take stack for the height.
 ///
 /// There are no iterators on the tree itself, as an element does not know its parent: walk() and its
 /// kin give ranges that remember their way. first(), next() and prev() need no memory.
@@ -336,7 +336,7 @@ class aa_tree {
     template <class K>
     value_type *erase(const K &key) {
         AA_node *taken = nullptr;
-        c_root() = core::aa_erase(c_root(), towards(key), taken);
+        core::aa_erase(c_root(), towards(key), taken);
         return elem_at(taken);
     }
 

@@ -72,8 +72,8 @@ AA_node *AA_insert(AA_node *root, void *node, qvds_compare_fn compare, AA_node *
 AA_node *AA_delete(AA_node *root, const void *key, qvds_compare_fn compare, AA_node **out) {
     AA_node *taken = nullptr;
     if (key != nullptr)
-        root = core::aa_erase(root, order_by(key, compare), taken,
-                              [=](const AA_node *heir, bool) { return order_by(heir, compare); });
+        core::aa_erase(root, order_by(key, compare), taken,
+                       [=](const AA_node *heir, bool) { return order_by(heir, compare); });
     if (out != nullptr)
         *out = taken;
     else

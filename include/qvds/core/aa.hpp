@@ -78,16 +78,22 @@ QVDS_HIDDEN inline bool aa_splits(const AA_node *node) {
     return or_nil(or_nil(node->right)->right)->level == node->level;
 }
 
-// Lowers a node that is more than one level above the lowest of its children, and with it a right
-// child that would then be above it. A child that is missing does not count.
-QVDS_HIDDEN inline void aa_decrease_level(AA_node *node) {
-    if (node == nullptr)
-        return;
+// The level of the lower one of the children, or 0. A child that is missing does not count.
+QVDS_HIDDEN inline size_t aa_lowest_child(const AA_node *node) {
     size_t lowest = 0;
     if (node->left != nullptr)
         lowest = node->left->level;
     if (node->right != nullptr && (node->left == nullptr || node->right->level < lowest))
         lowest = node->right->level;
+    return lowest;
+}
+
+// Lowers a node that is more than one level above the lowest of its children, and with it a right
+// child that would then be above it.
+QVDS_HIDDEN inline void aa_decrease_level(AA_node *node) {
+    if (node == nullptr)
+        return;
+    const size_t lowest = aa_lowest_child(node);
     if (lowest + 1 < node->level) {
         node->level = lowest + 1;
         if (node->right != nullptr && node->right->level > lowest + 1)
@@ -105,6 +111,17 @@ QVDS_HIDDEN inline AA_node *aa_rebalance(AA_node *node) {
     node = aa_split(node);
     node->right = aa_split(node->right);
     return node;
+}
+
+// Whether that would change anything.
+QVDS_HIDDEN inline bool aa_rebalances(const AA_node *node) {
+    if (aa_lowest_child(node) + 1 < node->level || aa_skews(node))
+        return true;
+    const AA_node *const right = node->right;
+    if (right == nullptr)
+        return false;
+    return aa_skews(right) || aa_splits(node) || aa_splits(right) ||
+           (right->right != nullptr && aa_skews(right->right));
 }
 
 // -- Search ------------------------------------------------------------------------------------
@@ -237,47 +254,129 @@ struct aa_straight {
     }
 };
 
-// Takes out the node that order finds, its links then null, and notes it in taken; else taken is
-// left as it is, though nodes on the way may be rebalanced. Returns the new root. search(heir, left)
-// gives the order for the second half of the way.
-template <class Order, class Search = aa_straight>
-QVDS_HIDDEN inline AA_node *aa_erase(AA_node *root, Order order, AA_node *&taken,
-                                     Search search = {}) {
-    if (root == nullptr)
+// Stands in for the nodes above a root. Nothing would change it.
+QVDS_HIDDEN inline constexpr AA_node aa_leaf{.level = 1, .left = nullptr, .right = nullptr};
+
+// The way down through a subtree to the place of a node that goes, and back up.
+//
+// What aa_rebalance does at a node depends on levels down to the third below it; and where one of
+// the third would make it act, that would make it act one or two nodes further down, too. So above
+// two nodes in a row that it left alone it does what it would have done before the deletion, and the
+// way back ends there if that is nothing. The way down looks at that, two nodes behind itself: the
+// way back comes by the last two in any case, and to guess which of the lowest nodes have children
+// is mostly in vain.
+template <size_t length>
+class aa_way {
+  public:
+    QVDS_HIDDEN aa_way() = default;
+
+    // Goes down to where order ends, or where the path is full. Returns the link to that place, and
+    // whether order found its node.
+    template <class Order>
+    QVDS_HIDDEN AA_node **descend(AA_node **link, Order order, bool &found) {
+        found = false;
+        const AA_node *above = &aa_leaf, *parent = &aa_leaf;
+        while (*link != nullptr && depth_ != length) {
+            AA_node *const node = *link;
+            __builtin_prefetch(node->left);
+            __builtin_prefetch(node->right);
+            restless_ |= aa_rebalances(above);
+            above = parent;
+            parent = node;
+            const auto turn = order(node);
+            found = turn.found();
+            if (found)
+                break;
+            path_[depth_++] = link;
+            link = pick(turn.left(), &node->left, &node->right);
+        }
+        return link;
+    }
+
+    // Mends the places that it came by.
+    QVDS_HIDDEN void mend() {
+        int left_alone = 0;
+        while (depth_ != 0 && (left_alone < 2 || restless_)) {
+            AA_node **const link = path_[--depth_];
+            if (aa_rebalances(*link)) {
+                *link = aa_rebalance(*link);
+                left_alone = 0;
+            } else {
+                ++left_alone;
+            }
+        }
+    }
+
+  private:
+    AA_node **path_[length]; // the links to the nodes that it came by
+    size_t depth_ = 0;
+    bool restless_ = false;
+};
+
+// aa_replace and aa_erase where they need a path of their own once more.
+template <size_t length, class Search>
+QVDS_HIDDEN AA_node *aa_replace_beyond(AA_node *node, Search search);
+template <size_t length, class Order, class Search>
+QVDS_HIDDEN void aa_erase_beyond(AA_node *&root, Order order, AA_node *&taken, Search search);
+
+// Takes the place of a node from it, and mends it. Returns what stands there then.
+//
+// The heir leaves its own place first, and then takes over all that the node has by then:
+//
+//      node           heir      heir is the largest node of a, and a' is what is left of a
+//      /  \           /  \      without it. If there is no a, heir is the smallest node of b.
+//     a    b   ->   a'    b
+template <size_t length, class Search>
+QVDS_HIDDEN inline AA_node *aa_replace(AA_node *node, Search search) {
+    const bool leftwards = node->left == nullptr;
+    AA_node *const heir = leftwards ? aa_first(node->right) : aa_last(node->left);
+    if (heir == nullptr)
         return nullptr;
-    __builtin_prefetch(root->left);
-    if (root->right != nullptr) {
-        __builtin_prefetch(root->right->left);
-        __builtin_prefetch(root->right->right);
-    }
-    const auto turn = order(root);
-    if (!turn.found()) {
-        if (turn.left())
-            root->left = aa_erase(root->left, order, taken, search);
-        else
-            root->right = aa_erase(root->right, order, taken, search);
-        return aa_rebalance(root);
-    }
-    // The heir leaves its own place first, and then takes over all that root has by then:
-    //
-    //      root           heir      heir is the largest node of a, and a' is what is left of a
-    //      /  \           /  \      without it. If there is no a, heir is the smallest node of b.
-    //     a    b   ->   a'    b
-    AA_node *heir = nullptr;
+    const auto order = search(heir, leftwards);
+    aa_way<length> way;
+    bool found = false;
+    AA_node **const link = way.descend(leftwards ? &node->right : &node->left, order, found);
     AA_node *detached = nullptr;
-    if (root->left != nullptr) {
-        heir = aa_last(root->left);
-        root->left = aa_erase(root->left, search(heir, false), detached, search);
-    } else if (root->right != nullptr) {
-        heir = aa_first(root->right);
-        root->right = aa_erase(root->right, search(heir, true), detached, search);
+    if (!found)
+        aa_erase_beyond<length>(*link, order, detached, search);
+    else if (heir->left != nullptr || heir->right != nullptr)
+        *link = aa_replace_beyond<length>(heir, search);
+    else
+        *link = nullptr;
+    way.mend();
+    *heir = *node;
+    return aa_rebalance(heir);
+}
+
+// Takes out the node that order finds, its links then null, and notes it in taken; else taken is
+// left as it is, though nodes on the way may be rebalanced. search(heir, left) gives the order for
+// the second half of the way.
+template <size_t length = aa_path_length, class Order, class Search = aa_straight>
+QVDS_HIDDEN inline void aa_erase(AA_node *&root, Order order, AA_node *&taken, Search search = {}) {
+    aa_way<length> way;
+    bool found = false;
+    AA_node **const link = way.descend(&root, order, found);
+    if (AA_node *const node = *link) {
+        if (found) {
+            *link = aa_replace<length>(node, search);
+            node->left = nullptr;
+            node->right = nullptr;
+            taken = node;
+        } else {
+            aa_erase_beyond<length>(*link, order, taken, search);
+        }
     }
-    if (heir != nullptr)
-        *heir = *root;
-    root->left = nullptr;
-    root->right = nullptr;
-    taken = root;
-    return heir != nullptr ? aa_rebalance(heir) : nullptr;
+    way.mend();
+}
+
+template <size_t length, class Search>
+[[gnu::noinline, gnu::cold]] AA_node *aa_replace_beyond(AA_node *node, Search search) {
+    return aa_replace<length>(node, search);
+}
+template <size_t length, class Order, class Search>
+[[gnu::noinline, gnu::cold]] void aa_erase_beyond(AA_node *&root, Order order, AA_node *&taken,
+                                                  Search search) {
+    aa_erase<length>(root, order, taken, search);
 }
 
 // -- The whole tree ----------------------------------------------------------------------------
