@@ -19,6 +19,15 @@ std::vector<row> &rows::all() {
     return registered;
 }
 
+static std::string contest_under_way; // row and size
+
+void detail::dump_counts(const char *name, size_t ops) {
+    if (RUNNING_ON_VALGRIND == 0)
+        return;
+    const std::string what = contest_under_way + '|' + name + '|' + std::to_string(ops);
+    CALLGRIND_DUMP_STATS_AT(what.c_str());
+}
+
 namespace {
 
 double quantile(std::vector<double> &values, double q) {
@@ -77,6 +86,7 @@ struct options {
     bool list = false;
     bool goals = false;
     bool growth = false;
+    bool count = false;
     double seconds = 4; // to spend on the rounds of one instance
     size_t least_rounds = 5;
     double warm_ms = 150; // to spend on the warm-up of one turn, on data for the last-level cache
@@ -98,6 +108,8 @@ struct options {
         "  --goals        shows the ratios to be reached, and marks with ! what misses them\n"
         "  --growth       also runs the main rows on 100 to 10 million elements (5 times\n"
         "                 what --large says), beside two others\n"
+        "  --count        counts instructions, and branches that a simple predictor gets wrong,\n"
+        "                 instead of taking times: sizes S and M, by way of ./dev\n"
         "  --out FILE     where every figure goes (default results.csv)\n"
         "  --docs PAGE    --growth, and what ./dev makes of it goes into PAGE (Markdown),\n"
         "                 between its marks, with the plots beside it\n"
@@ -136,6 +148,8 @@ options parse(int argc, char **argv) {
             o.goals = true;
         else if (arg == "--growth")
             o.growth = true;
+        else if (arg == "--count")
+            o.count = o.quick = true;
         else if (arg == "--docs") {
             value(i);
             o.growth = true;
@@ -172,6 +186,7 @@ void demand_agreement(const std::string &title, const std::vector<contender> &co
 }
 
 outcome contest(const row &r, const instance &at, const options &o, const std::string &title) {
+    contest_under_way = r.name + " " + at.label;
     progress(title + ": setting up");
     const std::vector<contender> contenders = r.enter(at);
     std::vector<turn> turns;
@@ -194,6 +209,8 @@ outcome contest(const row &r, const instance &at, const options &o, const std::s
     // such caches are slow to believe that data is wanted again.
     const double start = now_ns();
     play(0, 0);
+    if (o.count)
+        return {r.name, at, 0, {}};
     const double bare_cost = now_ns() - start;
     for (std::vector<double> &each : ns)
         each.clear();
@@ -307,7 +324,8 @@ int main(int argc, char **argv) try {
     // contenders' data pay the same for address translation.
     prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0);
     std::vector<outcome> results;
-    if (!o.smoke)
+    const bool timed = !o.smoke && !o.count;
+    if (timed)
         print_heading(o.goals);
     for (const auto &[r, at] : selected) {
         const std::string title = "[" + std::to_string(results.size() + 1) + "/" +
@@ -318,9 +336,11 @@ int main(int argc, char **argv) try {
             continue;
         }
         results.push_back(contest(*r, at, o, title));
-        if (!o.smoke)
+        if (timed)
             print_line(results.back(), o.goals);
     }
+    if (o.count)
+        return 0;
     if (o.smoke) {
         std::printf("%zu rows, all contenders agree\n", results.size());
         return 0;

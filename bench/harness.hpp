@@ -21,6 +21,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <valgrind/callgrind.h>
 #include <vector>
 
 namespace bench {
@@ -111,7 +112,9 @@ void run_set(Trial &trial, size_t set, Work work, tally &t) {
     if constexpr (requires { trial.prepare(set); })
         trial.prepare(set);
     const double start = now_ns();
+    CALLGRIND_TOGGLE_COLLECT;
     const uint64_t sum = work(trial, set);
+    CALLGRIND_TOGGLE_COLLECT;
     t.ns += now_ns() - start - clock_cost;
     t.ops += trial.ops;
     fold(t.checksum, sum);
@@ -141,12 +144,17 @@ tally run_sets(Trial &trial, const instance &at) {
     return sum;
 }
 
+// Under callgrind, writes out what has been counted since the last time.
+void dump_counts(const char *name, size_t ops);
+
 template <class Trial>
-double run_turn(Trial &trial, const instance &at, size_t warm_ups, uint64_t &checksum) {
+double run_turn(Trial &trial, const instance &at, size_t warm_ups, uint64_t &checksum,
+                const char *name) {
     for (; warm_ups > 0; --warm_ups)
         fold(checksum, run_sets(trial, at).checksum);
     const tally timed = run_sets(trial, at);
     fold(checksum, timed.checksum);
+    dump_counts(name, timed.ops);
     return timed.ns / static_cast<double>(timed.ops);
 }
 
@@ -188,7 +196,7 @@ std::vector<contender> enter(const instance &at) {
         entered.push_back({C::name, C::on, [at]() -> turn {
                                auto trial = std::make_shared<Trial<C>>(at);
                                return [trial, at](size_t warm_ups, uint64_t &checksum) {
-                                   return detail::run_turn(*trial, at, warm_ups, checksum);
+                                   return detail::run_turn(*trial, at, warm_ups, checksum, C::name);
                                };
                            }});
     };
