@@ -190,6 +190,7 @@ struct Driver {
         AA_node *taken = nullptr;
         root = way.erase(root, probe, taken);
         EXPECT_EQ(taken, std::exchange(is_in[key], false) ? &records[key].node : nullptr);
+        EXPECT_TRUE(taken == nullptr || (taken->left == nullptr && taken->right == nullptr));
         plain.erase(probe.key);
         ASSERT_EQ(picture(root), plain.picture());
     }
