@@ -1,7 +1,7 @@
 #!/bin/sh
-# usage: counts.sh --count [OPTION]... [FILTER]: counts what the processor does for an operation, for every
-# contender of the rows that FILTER names (see qvds_bench --help): instructions, and branches that a
-# simple predictor gets wrong. Both are the same in each run.
+# usage: counts.sh --count [OPTION]... [FILTER]: counts what the processor does for an operation, for
+# every contender of the rows that FILTER names (see qvds_bench --help): instructions, and branches
+# that a simple predictor gets wrong. Both are the same in each run.
 set -eu
 cd "$(dirname "$0")/.."
 dumps=build/bench/counts
